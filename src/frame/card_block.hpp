@@ -1,0 +1,310 @@
+// The one engine that reads data blocks. A block is a card described as data, plus the few rules that are its own:
+// where a card's row is, what the row holds now, what must be true of it, and how it goes to the store.
+//
+// The engine owns what all blocks share: comments and the end card, justification and decoding, blanks filled from
+// the store or from defaults, the echo of what was used, pages, and messages under the card that caused them.
+#pragma once
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <span>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "frame/card_text.hpp"
+#include "frame/run.hpp"
+
+namespace korvane {
+
+enum class Operation : int { add = 1, remove = 2, modify = 3, failed = 4 };
+
+enum class Letters : std::uint8_t { as_typed, upper };
+
+/// How a number on the card becomes the value in the program.
+enum class Scale : std::uint8_t {
+    none,
+    power,          // MW, Mvar, MVA to per unit of BASE
+    percent,        // per cent to a fraction
+    percent_above,  // per cent above 1 to a factor: v/100 + 1
+    degrees,        // degrees to radians
+};
+
+/// What else the engine has to know of a field.
+struct Rules {
+    const char* add = nullptr;  // blank on an add card: as if this had been typed; nothing: stays blank
+    Scale unit = Scale::none;
+    Letters letters = Letters::as_typed;
+    bool right = false;         // a text that is right-justified in its columns
+    bool key = false;           // names the element: a delete card may have it
+    bool tiny_is_zero = false;  // in a free list 0.0001 stands for an explicit zero
+    int part = 0;               // entry of an array, from 1
+};
+
+constexpr int MXPART = 10;
+using Parts = std::array<int, MXPART>;
+
+/// Columns of a card and where their value goes.
+template <class C>
+struct Field {
+    int first, last;
+    std::variant<int C::*, double C::*, char C::*, Text<2> C::*, Text<4> C::*, Text<12> C::*, Text<20> C::*,
+                 Text<36> C::*, Parts C::*>
+        into;
+    Rules rules{};
+};
+
+/// Columns rise, do not overlap, and end by 132.
+template <class C, std::size_t N>
+consteval bool well_formed(const Field<C> (&fields)[N]) {
+    int at = 0;
+    for (const Field<C>& f : fields) {
+        if (f.first <= at || f.last < f.first || f.last > 132) return false;
+        at = f.last;
+    }
+    return true;
+}
+
+namespace card_detail {
+
+enum class Kind : std::uint8_t { integer, real, letter, text };
+
+/// A field as the engine works with it: columns, kind, place in the card struct.
+struct Slot {
+    int first, width, decimals;
+    Kind kind;
+    std::size_t offset, size;
+    double factor, shift;  // value = number * factor + shift
+    const Rules* rules;
+};
+
+/// Decodes columns into the value at p. A blank number is 0. False when it is no number.
+bool decode(const Slot& slot, std::string_view columns, bool implied, void* p);
+/// Writes the value at p into the columns of the card.
+void encode(const Slot& slot, const void* p, char* columns);
+/// Number to value and back.
+double factor_of(const Run& run, Scale s);
+
+/// The part of the engine that does not depend on the card's type.
+struct Reader {
+    Run& run;
+    std::span<const Slot> slots;
+    bool list;                              // cards are free lists
+    std::uint64_t given = 0;                // fields with something typed, by place in the table
+    std::uint64_t changed = 0;              // fields whose value the program changed
+    std::vector<std::string_view> items{};  // of a free list
+    std::string line{};
+
+    /// The next card that is neither comment nor blank into CARD. False at the end of input.
+    bool next();
+    bool end_card() const;
+    /// Spreads a free list into the columns of CARD; false when an item does not fit its kind.
+    bool spread(void* card);
+    /// Reads every field of CARD into the card struct; false when one does not hold what its columns want.
+    bool decode_all(void* card);
+    /// Right-justifies numbers and shows every filled or changed value in CARD.
+    void show(const void* card, bool fill);
+    /// Takes defaults of an add card where nothing is typed.
+    void take_defaults(void* card);
+    /// Takes the stored value where nothing is typed.
+    void take_stored(void* card, const void* stored);
+};
+
+/// Places of fields in the card struct, for given() in constant time.
+struct Places {
+    std::vector<std::int8_t> at;
+};
+
+}  // namespace card_detail
+
+/// A card being read: its values, its operation, the row it is about.
+template <class C>
+class Edit {
+public:
+    C card{};    // values as they will be used, in internal units
+    C stored{};  // values of the row in the store, on a modify card
+    Operation op = Operation::add;
+    int row = 0;  // row of the element, 0: none found; on an add card the row it will take
+
+    bool adds() const { return op == Operation::add; }
+    bool removes() const { return op == Operation::remove; }
+    bool modifies() const { return op == Operation::modify; }
+
+    /// Whether something was typed in the field.
+    template <class T>
+    bool given(T C::*member, int part = 1) const {
+        return reader_->given >> place(&(card.*member), std::size_t(part - 1) * sizeof(int)) & 1u;
+    }
+    /// Changes a value; the echo shows it.
+    template <class T>
+    void amend(T C::*member, const std::type_identity_t<T>& value) {
+        card.*member = value;
+        reader_->changed |= std::uint64_t(1) << place(&(card.*member), 0);
+    }
+    /// Takes a value only if the columns are blank; the echo shows it.
+    template <class T>
+    void supply(T C::*member, const std::type_identity_t<T>& value) {
+        if (!given(member)) amend(member, value);
+    }
+
+    card_detail::Reader* reader_ = nullptr;
+    const card_detail::Places* places_ = nullptr;
+
+private:
+    int place(const void* p, std::size_t extra) const {
+        const auto offset = std::size_t(static_cast<const char*>(p) - reinterpret_cast<const char*>(&card)) + extra;
+        const int at = places_->at[offset];
+        assert(at >= 0 && "the field is not in the table of the block");
+        return at;
+    }
+};
+
+/// Where the operation stands, which letters it takes besides 0, 1, 2, and the message of any other.
+struct OperationColumn {
+    int column = 0;                    // 0: the block only changes rows
+    std::string_view letters = "A  ";  // letters for add, delete, modify; blank: none
+    int refusal = 0;
+    int extra_on_delete = 0;  // message of a delete card with more than its key
+    int words = 12;           // rows of FMTROT with the four words of the echo
+};
+
+/// Rows of FMTROT that print a block: heading and echo in 132 and in 80 columns, and the guide shown at the console
+/// after a card that cannot be read.
+struct EchoRows {
+    int heading132 = 3, heading132_last = 5, echo132 = 6;
+    int heading80 = 7, heading80_last = 9, echo80 = 10;
+    int guide = 11;
+};
+
+template <class C>
+struct Block {
+    std::string_view routine;
+    std::span<const Field<C>> fields;
+    OperationColumn operation{};
+    int format_error = 0, end_error = 0;
+    /// Finds the row; refuses cards whose element is missing, or exists already.
+    std::function<void(Run&, Edit<C>&)> locate = {};
+    /// The row as a card: the inverse of apply.
+    std::function<C(Run&, const Edit<C>&)> stored = {};
+    /// The rules, in the order of their messages.
+    std::function<void(Run&, Edit<C>&)> check = {};
+    /// The only writer; runs on a clean card.
+    std::function<void(Run&, Edit<C>&)> apply = {};
+    /// Steps of the end card, before INTERR and the pause.
+    std::function<void(Run&)> finish = {};
+    EchoRows rows{};
+    bool free_list = false;  // cards are lists (FLIV)
+    int commas_from = 0;     // commas from this column on are points; 0: they stay
+};
+
+namespace card_detail {
+
+/// First steps of a block, and the steps after a card and at the end.
+void open_block(Run& run, std::string_view routine);
+void close_block(Run& run);
+/// Operation of the card in CARD; failed when the column holds none.
+Operation read_operation(Run& run, const OperationColumn& column);
+/// Prints the card with its messages when it has any, or with IMPR.
+void echo(Run& run, const EchoRows& rows, std::span<const Slot> slots, const OperationColumn& column, Operation op);
+void warn_long_line(Run& run, std::string_view line, std::size_t columns);
+
+/// The slots of a block: its fields with the decimals of the card format, row 2 of FMTROT.
+template <class C>
+std::vector<Slot> slots_of(Run& run, std::span<const Field<C>> fields) {
+    const std::vector<FormatRow::Field> format = run.fmt.rot(2).fields();
+    std::vector<Slot> slots;
+    const C sample{};
+    for (const Field<C>& f : fields) {
+        Slot s{f.first, f.last - f.first + 1, 0, Kind::text, 0, 0, 1.0, 0.0, &f.rules};
+        std::visit(
+            [&](auto member) {
+                using T = std::remove_cvref_t<decltype(sample.*member)>;
+                s.offset = std::size_t(reinterpret_cast<const char*>(&(sample.*member)) -
+                                       reinterpret_cast<const char*>(&sample));
+                s.size = sizeof(T);
+                if constexpr (std::is_same_v<T, int>) s.kind = Kind::integer;
+                if constexpr (std::is_same_v<T, double>) s.kind = Kind::real;
+                if constexpr (std::is_same_v<T, char>) s.kind = Kind::letter;
+                if constexpr (std::is_same_v<T, Parts>) {
+                    s.kind = Kind::integer;
+                    s.size = sizeof(int);
+                    s.offset += std::size_t(f.rules.part - 1) * sizeof(int);
+                }
+            },
+            f.into);
+        for (const FormatRow::Field& g : format)
+            if (g.column == s.first && g.width == s.width) s.decimals = g.decimals;
+        s.factor = factor_of(run, f.rules.unit);
+        s.shift = f.rules.unit == Scale::percent_above ? 1.0 : 0.0;
+        slots.push_back(s);
+    }
+    return slots;
+}
+
+}  // namespace card_detail
+
+/// Reads a data block from the current input up to its end card.
+template <class C>
+void read_block(Run& run, const Block<C>& block) {
+    using namespace card_detail;
+    static_assert(std::is_trivially_copyable_v<C>);
+    open_block(run, block.routine);
+    const std::vector<Slot> slots = slots_of(run, block.fields);
+    Places places{std::vector<std::int8_t>(sizeof(C), -1)};
+    for (std::size_t i = 0; i < slots.size(); ++i) places.at[slots[i].offset] = std::int8_t(i);
+    assert(slots.size() <= 64);
+
+    Reader reader{.run = run, .slots = slots, .list = block.free_list};
+    Edit<C> e;
+    e.reader_ = &reader;
+    e.places_ = &places;
+    for (;;) {
+        if (!reader.next()) {
+            refuse(run, true, block.end_error);
+            break;
+        }
+        if (reader.end_card()) break;
+        e.card = C{};
+        e.row = 0;
+        e.op = Operation::failed;
+        bool decoded = reader.list ? reader.spread(&e.card) : true;
+        if (!reader.list && block.commas_from) DECPNT(run.CARD.at, 132, block.commas_from);
+        const Operation op = block.operation.column ? read_operation(run, block.operation) : Operation::modify;
+        if (!reader.list) decoded = reader.decode_all(&e.card);
+        if (!decoded) {
+            refuse(run, true, block.format_error);
+            if (run.units.interactive()) print_rot(run, block.rows.guide, {});
+        } else if (op == Operation::failed) {
+            refuse(run, true, block.operation.refusal);
+        } else {
+            e.op = op;
+            block.locate(run, e);
+            if (op == Operation::remove) {
+                std::uint64_t extra = reader.given;
+                for (std::size_t i = 0; i < slots.size(); ++i)
+                    if (slots[i].rules->key) extra &= ~(std::uint64_t(1) << i);
+                refuse(run, !run.msg.errors_wait() && extra != 0, block.operation.extra_on_delete);
+            }
+            if (!run.msg.errors_wait()) {
+                if (op == Operation::add) {
+                    reader.take_defaults(&e.card);
+                } else {
+                    e.stored = block.stored(run, e);
+                    if (op == Operation::modify) reader.take_stored(&e.card, &e.stored);
+                }
+                block.check(run, e);
+                if (!run.msg.errors_wait()) block.apply(run, e);
+            }
+        }
+        const bool impr = run.opt["IMPR"_opt];
+        if (impr || run.msg.any_wait()) {
+            reader.show(&e.card, decoded && e.op != Operation::failed && !e.removes());
+            echo(run, block.rows, slots, block.operation, e.op);
+        }
+    }
+    if (block.finish) block.finish(run);
+    close_block(run);
+}
+
+}  // namespace korvane

@@ -1,0 +1,25 @@
+// Readers of the network data: what other folders may call.
+#pragma once
+#include "frame/run.hpp"
+
+namespace korvane {
+
+void INPBUS(Run& run);  ///< DBAR: buses. Messages 100 to 670, -900 to -995.
+void INPLIN(Run& run);  ///< DLIN: branches. Messages 110 to 800, -435 to -970.
+void INPGEN(Run& run);  ///< DGER: limits and capability data of generators. Messages 100 to 290, -950 to -990.
+void INPARE(Run& run);  ///< DARE: areas. Messages 100 to 140, -900 to -920.
+void INPGLT(Run& run);  ///< DGLT: voltage-limit groups. Messages 100 to 180.
+void INPGBT(Run& run);  ///< DGBT: base-voltage groups. Messages 100 to 130.
+void INICAS(Run& run);  ///< CASO: a new case, or a partial clear by its options.
+void JUMPER(Run& run);  ///< Marks branches whose impedance is at or below ZMIN.
+
+/// FNDLIN: the branch between two buses in either direction. Circuit 0: the first one.
+struct FoundBranch {
+    int branch = 0;   // 0: none
+    int place = 0;    // its place among the parallels
+    int count = 0;    // circuits between the buses
+    int highest = 0;  // highest circuit number between the buses
+};
+FoundBranch FNDLIN(const Run& run, int from, int to, int circuit);
+
+}  // namespace korvane

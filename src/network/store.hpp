@@ -1,0 +1,279 @@
+// The network store: every table of the network, its address lists, and the operations that hold for all of them.
+#pragma once
+#include <memory>
+#include <span>
+
+#include "network/elements.hpp"
+
+namespace korvane {
+
+struct Run;
+
+/// Groups of aggregators 1 to 10, each a table of its own. IAGRBAR and IAGRCIR hold rows of these.
+struct Aggregators {
+    Table<int, MXAGR> NAGINT;  // number of the aggregator
+    Table<Text<36>, MXAGR> DESCAG;
+    Table<int, MXAGR> count;                        // groups in use
+    Table<Table<int, MXAGROW>, MXAGR> NIDGAG;       // NIDGAG1 to NIDGAG10: identifiers
+    Table<Table<Text<36>, MXAGROW>, MXAGR> DESGAG;  // their descriptions
+
+    /// Row of identifier id in aggregator k, 0 for none.
+    int row(int k, int id) const {
+        for (int i : rows(count(k)))
+            if (NIDGAG(k)(i) == id) return i;
+        return 0;
+    }
+};
+
+/// Lists that are worked out from the tables, rebuilt and never patched.
+struct Addresses {
+    Table<int, MXBUS> NOORD;       // bus positions in ascending order of NOINT
+    int NBMAX;                     // highest external bus number
+    Table<int, MXARE> NAORD;       // area rows in ascending order of NAINT
+    Table<int, MXBUS + 1> LINPTR;  // first entry of the bus in LINADR
+    Table<int, 3 * MXLIN> LINADR;  // branches of each bus, ascending
+    int NLTL;                      // branches between areas
+    Table<int, MXTIE> LTLADR;
+    Table<int, MXARE> IPAREA;  // buses of an area: head by area, link by bus
+    Table<int, MXBUS> IAREAL;
+    Table<int, MXARE> IEQPTR, IAGPTR;  // its equivalent injections, its generators: heads
+    Table<int, MXEQV> IEQADR;
+    Table<int, MXGEN> IAGADR;
+    Table<int, MXNUM> position;  // bus position by external number, 0 for none
+};
+
+/// Work tables that map a bus position to a row; whoever uses one rebuilds it.
+struct BusMaps {
+    Table<int, MXBUS> NGADR;  // generator row
+    Table<int, MXBUS> NSADR;  // shunt row
+    Table<int, MXBUS> NCADR;  // remote-control row
+};
+
+/// Islands as the last search found them.
+struct Islands {
+    int count;
+    bool area_spans;             // some area has buses in two islands
+    Table<int, MXBUS> NOILHA2;   // island of a bus
+    Table<int, MXILH> NBILHA2;   // buses in an island
+    Table<int, MXILH> IPILH2;    // head of the list of an island's buses
+    Table<int, MXBUS> LNKILH2;   // next bus of the island
+    Table<int, MXARE> NSYARE;    // first island of an area
+    Table<bool, MXBUS> FLGBUS;   // the bus lies in an area that spans islands, past its first
+    Table<bool, MXILH> ILHASEL;  // selected for reports
+};
+
+/// What the last solution left: how it ended, and the residuals that tell how well.
+struct Solution {
+    int CONVSTAT;         // 0 running, 1 converged, 2 iteration limit, 3 diverged, ...
+    int ITSOL;            // 0 alternating current, 1 or 2 linear
+    int NITP, NITQ;       // iterations of the last solve
+    double DPMAX, DQMAX;  // largest mismatch, pu
+    int NODEP, NODEQ;     // external numbers of the buses that have it
+    double XMI;           // step multiplier of the last iteration
+};
+
+/// Counts of rows in service and out of service of one family, while the store is compacted.
+struct OnOff {
+    int on, off;
+};
+
+/// The store. It lies in zeroed memory from make_store, is made once and never copied or put on a stack.
+struct Store {
+    BusTables bus;
+    AreaTables area;
+    BaseGroupTables gbt;
+    LimitGroupTables glt;
+    GeneratorTables gen;
+    RemoteControlTables rcb;
+    SlackTables slk;
+    ShuntTables sht;
+    BranchTables branch;
+    TapTables tap;
+    PhaseTables phs;
+    LineShuntTables shl;
+    LoadModelTables fld;
+    InjectionTables eqv;
+    MotorTables mot;
+    SeriesDeviceTables csc;
+    CompensatorTables cer;
+    IndividualLoadTables cai;
+    IndividualGeneratorTables gei;
+    BankTables bsh;
+    BankUnitTables bshl;
+    AutomaticShuntTables sca;
+    LinkTables ldc;
+    DcBusTables dcb;
+    DcLineTables dcl;
+    ConverterTables cnv;
+    MonitoredBuses mtb;
+    MonitoredGenerators mtg;
+    MonitoredBranches mtl;
+    RemoteFactors fcr;
+    LimitFactors fql;
+    FixedTaps tpf;
+    AlternativeSlackTables slp;
+
+    Aggregators agr;
+    Addresses adr;
+    BusMaps map;
+    Islands ilh;
+    Solution sol;
+
+    /// All families, in the order in which the store is compacted.
+    auto families() {
+        return std::tie(bus, branch, tap, phs, shl, csc, mtl, tpf, gen, rcb, slk, fld, sht, mot, cai, gei, bsh, bshl,
+                        eqv, mtb, mtg, fcr, fql, slp, ldc, dcb, dcl, cnv, cer, sca, area, gbt, glt);
+    }
+};
+
+struct FreeStore {
+    void operator()(Store* s) const;
+};
+using StorePtr = std::unique_ptr<Store, FreeStore>;
+
+/// A store of zeroed pages; RESET gives it its defaults. Stops the program when memory is short.
+StorePtr make_store();
+
+/// f(family) for every family of the store.
+template <class F>
+void each_family(Store& s, F&& f) {
+    std::apply([&](auto&... family) { (f(family), ...); }, s.families());
+}
+
+/// Row i of the family takes the reset values of its columns.
+template <class Tables>
+void reset_row(Tables& t, int i) {
+    each_table(t, [=](const auto& c, auto& table) { table(i) = c.reset; });
+}
+
+/// One more row in use, with reset values; returns it. The caller has tested the limit.
+template <class Tables>
+int add_row(Tables& t) {
+    const int i = ++t.count();
+    reset_row(t, i);
+    return i;
+}
+
+/// The limit of a family: the rows that its smallest table has room for.
+template <class Tables>
+constexpr int limit_of() {
+    int n = 1 << 30;
+    std::apply(
+        [&](const auto&... c) {
+            ((n = std::remove_cvref_t<decltype(c)>::table_type::size < n
+                      ? std::remove_cvref_t<decltype(c)>::table_type::size
+                      : n),
+             ...);
+        },
+        Tables::columns());
+    return n;
+}
+
+/// Rows i and j trade places in every column of the family.
+template <class Tables>
+void swap_rows(Tables& t, int i, int j) {
+    each_table(t, [=](const auto&, auto& table) { std::swap(table(i), table(j)); });
+}
+
+/// Follow moved rows of family F wherever the store refers to them.
+template <Family F>
+void remap(Store& s, const RowMap& moved) {
+    each_family(s, [&](auto& family) {
+        each_table(family, [&](const auto& c, auto& table) {
+            if constexpr (std::is_same_v<typename std::remove_cvref_t<decltype(c)>::value_type, Ref<F>>)
+                for (int i : rows(family.count())) table(i).at = moved(table(i));
+        });
+    });
+}
+
+/// Work space of one int for every row that a map of old to new rows may need.
+std::span<int> row_scratch(Store& s);
+
+/// Drop the rows for which keep(row) is false, close up the rest in order, and follow every reference to the family;
+/// references to dropped rows become 0. Returns the number of rows dropped.
+template <class Tables, class Keep>
+int close_up(Store& s, Tables& t, Keep keep) {
+    int* const to = row_scratch(s).data();
+    const int before = t.count();
+    int n = 0;
+    for (int i : rows(before)) {
+        to[i] = keep(i) ? ++n : 0;
+        if (to[i] && n != i) each_table(t, [=](const auto&, auto& table) { table(n) = table(i); });
+    }
+    t.count() = n;
+    if (n != before) remap<Tables::family>(s, RowMap(to));
+    return before - n;
+}
+
+// --- searches
+
+/// LOCINT: first row of the first n entries that holds the value, 0 for none.
+template <int N>
+int LOCINT(const Table<int, N>& table, int n, int value) {
+    for (int i : rows(n))
+        if (table(i) == value) return i;
+    return 0;
+}
+
+/// LOCCHR: the same for a table of two-character groups.
+template <int N>
+int LOCCHR(const Table<Text<2>, N>& table, int n, const Text<2>& text) {
+    for (int i : rows(n))
+        if (table(i) == text) return i;
+    return 0;
+}
+
+/// Position of the bus with this external number, 0 for none: LOCINT on NOINT, in constant time.
+int bus_of(const Store& s, int number);
+
+/// Keep the index of bus_of in step: the bus at position k has its number from now on.
+void note_bus(Store& s, int k);
+
+/// The bus at position k no longer answers to its number.
+void forget_bus(Store& s, int k);
+
+// --- address lists: rebuilt from the tables, never patched
+
+/// HSORT: heap sort that leaves in order(1..n) the positions of table in ascending order of value; the table stays.
+void HSORT(const int* table, int* order, int n);
+
+/// NOORD, NBMAX, NAORD and the index of external numbers.
+void order_rows(Store& s);
+
+/// ADRLIN: the branches of every bus, in ascending order. Call it after any branch row moves.
+/// Reads NFROM, NTO, NL. Rebuilds LINPTR, LINADR, LTLADR. Message 100: LTLADR is full, the rest is kept.
+void ADRLIN(Run& run);
+
+/// ADRARE: the chains of buses, generators and equivalent injections of every area, each in ascending bus number.
+void ADRARE(Store& s);
+
+/// LITRF of every branch, from the rows of taps, phases, line shunts and series devices that name it.
+void link_branch_rows(Store& s);
+
+/// NGADR, NSADR, NCADR: the generator, shunt and remote-control row of each bus.
+void map_bus_rows(Store& s);
+
+// --- the store as a whole
+
+/// RESET: every count and selection to its default, constants and options to theirs, KNTRL to false.
+void RESET(Run& run);
+
+/// Elements without both ends, branches without a bus and the like are dropped, and everything that refers to them
+/// follows. Buses removed have NOINT 0, branches removed NFROM 0.
+void drop_removed(Run& run);
+
+/// STOOFF: elements out of service go behind those in service, and the counts see only the latter.
+void STOOFF(Run& run);
+
+/// STOON: the counts see all elements again; rows keep the order that STOOFF gave them.
+void STOON(Run& run);
+
+/// Base power, external numbers and limits of a bus as the reader knows them are in MW and degrees; the store holds
+/// per unit and radians.
+constexpr double RADIANS = 0.017453292519943295;
+constexpr double DEGREES = 57.29577951308232;
+constexpr double NO_RATING = 9999;       // branch rating meaning none, MVA
+constexpr double INFINITE_RATING = 1e9;  // how it is stored
+constexpr double NO_LIMIT_MW = 99999;    // generation limit meaning none, MW
+
+}  // namespace korvane

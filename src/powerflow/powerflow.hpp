@@ -1,0 +1,33 @@
+// The power flow: what other folders may call.
+#pragma once
+#include <memory>
+
+#include "frame/run.hpp"
+
+namespace korvane {
+
+/// PWFSOL: the one entry that solves the network. It prepares the network for the options in force, runs the solver,
+/// and puts the store back so that reports see the full network. The result is CONVSTAT. Messages 100 to 140, -900.
+void PWFSOL(Run& run);
+
+/// Island search: breadth-first from the lowest bus over branches in service. Returns the island count and fills
+/// store.ilh.
+int find_islands(Run& run);
+
+/// PWFREF: every island must hold a slack. Messages 110, 120, 130.
+void PWFREF(Run& run);
+
+/// Ordering, factors and right-hand sides in zeroed memory.
+struct FreeMatrices {
+    void operator()(Matrices* m) const;
+};
+using MatricesPtr = std::unique_ptr<Matrices, FreeMatrices>;
+MatricesPtr make_matrices();
+
+/// Power that enters branch l at its from and at its to end at the present voltages, pu.
+struct BranchFlow {
+    double pf, qf, pt, qt;
+};
+BranchFlow branch_flow(const Store& s, int l);
+
+}  // namespace korvane
