@@ -79,36 +79,49 @@ struct Slot {
     const Rules* rules;
 };
 
-/// Decodes columns into the value at p. A blank number is 0. False when it is no number.
-bool decode(const Slot& slot, std::string_view columns, bool implied, void* p);
-/// Writes the value at p into the columns of the card.
+/// Decodes columns into the value at p: a number in internal units, or a text. A blank number is 0. False when it is
+/// no number.
+bool decode(const Slot& slot, std::string_view columns, void* p);
+/// Writes the value at p into the columns of the card, in the form that reads back closest to it.
 void encode(const Slot& slot, const void* p, char* columns);
-/// Number to value and back.
+/// What a number on the card is multiplied by.
 double factor_of(const Run& run, Scale s);
 
+/// Fields of a block, one bit for each by its place in the table.
+using FieldSet = std::uint64_t;
+constexpr FieldSet bit(std::size_t i) { return FieldSet(1) << i; }
+
 /// The part of the engine that does not depend on the card's type.
-struct Reader {
-    Run& run;
-    std::span<const Slot> slots;
-    bool list;                              // cards are free lists
-    std::uint64_t given = 0;                // fields with something typed, by place in the table
-    std::uint64_t changed = 0;              // fields whose value the program changed
-    std::vector<std::string_view> items{};  // of a free list
-    std::string line{};
+class Reader {
+public:
+    Reader(Run& run, std::span<const Slot> slots, bool list, int operation_column);
 
     /// The next card that is neither comment nor blank into CARD. False at the end of input.
     bool next();
-    bool end_card() const;
-    /// Spreads a free list into the columns of CARD; false when an item does not fit its kind.
-    bool spread(void* card);
-    /// Reads every field of CARD into the card struct; false when one does not hold what its columns want.
-    bool decode_all(void* card);
+    bool end_card() const { return run_.CARD.view().substr(0, 5) == "99999"; }
+    /// Reads every field of CARD, or of the free list, into the card struct; false when one does not hold what its
+    /// columns want.
+    bool decode_card(void* card) { return list_ ? spread(card) : decode_columns(card); }
+    /// Fields of the set that are blank on the card take their value from another card struct.
+    void fill(void* card, const void* from, FieldSet which);
     /// Right-justifies numbers and shows every filled or changed value in CARD.
-    void show(const void* card, bool fill);
-    /// Takes defaults of an add card where nothing is typed.
-    void take_defaults(void* card);
-    /// Takes the stored value where nothing is typed.
-    void take_stored(void* card, const void* stored);
+    void show(const void* card);
+
+    FieldSet given = 0;    // something is typed
+    FieldSet changed = 0;  // filled or changed by the program
+
+private:
+    bool decode_columns(void* card);
+    bool spread(void* card);
+    bool take_item(const Slot& slot, std::string_view item, void* card);
+    char* columns(const Slot& slot) const { return run_.CARD.at + slot.first - 1; }
+
+    Run& run_;
+    std::span<const Slot> slots_;
+    bool list_;
+    int operation_column_;
+    std::size_t width_;  // columns that the raw format reads
+    std::string line_;   // of a free list
 };
 
 /// Places of fields in the card struct, for given() in constant time.
@@ -140,7 +153,7 @@ public:
     template <class T>
     void amend(T C::*member, const std::type_identity_t<T>& value) {
         card.*member = value;
-        reader_->changed |= std::uint64_t(1) << place(&(card.*member), 0);
+        reader_->changed |= card_detail::bit(std::size_t(place(&(card.*member), 0)));
     }
     /// Takes a value only if the columns are blank; the echo shows it.
     template <class T>
@@ -203,11 +216,11 @@ namespace card_detail {
 /// First steps of a block, and the steps after a card and at the end.
 void open_block(Run& run, std::string_view routine);
 void close_block(Run& run);
-/// Operation of the card in CARD; failed when the column holds none.
-Operation read_operation(Run& run, const OperationColumn& column);
+/// What stands in the operation column: an operation, a digit that is none, or no digit at all.
+enum class OperationFault { none, digit, letter };
+OperationFault read_operation(const Run& run, const OperationColumn& column, Operation& op);
 /// Prints the card with its messages when it has any, or with IMPR.
 void echo(Run& run, const EchoRows& rows, std::span<const Slot> slots, const OperationColumn& column, Operation op);
-void warn_long_line(Run& run, std::string_view line, std::size_t columns);
 
 /// The slots of a block: its fields with the decimals of the card format, row 2 of FMTROT.
 template <class C>
@@ -255,7 +268,17 @@ void read_block(Run& run, const Block<C>& block) {
     for (std::size_t i = 0; i < slots.size(); ++i) places.at[slots[i].offset] = std::int8_t(i);
     assert(slots.size() <= 64);
 
-    Reader reader{.run = run, .slots = slots, .list = block.free_list};
+    C defaults{};
+    FieldSet has_default = 0, is_key = 0, all = 0;
+    for (std::size_t i = 0; i < slots.size(); ++i) {
+        all |= bit(i);
+        if (slots[i].rules->key) is_key |= bit(i);
+        if (const char* text = slots[i].rules->add) {
+            has_default |= bit(i);
+            decode(slots[i], text, reinterpret_cast<char*>(&defaults) + slots[i].offset);
+        }
+    }
+    Reader reader(run, slots, block.free_list, block.operation.column);
     Edit<C> e;
     e.reader_ = &reader;
     e.places_ = &places;
@@ -267,39 +290,33 @@ void read_block(Run& run, const Block<C>& block) {
         if (reader.end_card()) break;
         e.card = C{};
         e.row = 0;
-        e.op = Operation::failed;
-        bool decoded = reader.list ? reader.spread(&e.card) : true;
-        if (!reader.list && block.commas_from) DECPNT(run.CARD.at, 132, block.commas_from);
-        const Operation op = block.operation.column ? read_operation(run, block.operation) : Operation::modify;
-        if (!reader.list) decoded = reader.decode_all(&e.card);
-        if (!decoded) {
+        e.op = Operation::modify;
+        if (block.commas_from && !block.free_list) DECPNT(run.CARD.at, 132, block.commas_from);
+        const bool decoded = reader.decode_card(&e.card);
+        const OperationFault fault = read_operation(run, block.operation, e.op);
+        if (!decoded || fault == OperationFault::letter) {
+            e.op = Operation::failed;
             refuse(run, true, block.format_error);
             if (run.units.interactive()) print_rot(run, block.rows.guide, {});
-        } else if (op == Operation::failed) {
+        } else if (fault == OperationFault::digit) {
             refuse(run, true, block.operation.refusal);
         } else {
-            e.op = op;
             block.locate(run, e);
-            if (op == Operation::remove) {
-                std::uint64_t extra = reader.given;
-                for (std::size_t i = 0; i < slots.size(); ++i)
-                    if (slots[i].rules->key) extra &= ~(std::uint64_t(1) << i);
-                refuse(run, !run.msg.errors_wait() && extra != 0, block.operation.extra_on_delete);
-            }
+            if (e.removes() && !run.msg.errors_wait())
+                refuse(run, (reader.given & ~is_key) != 0, block.operation.extra_on_delete);
             if (!run.msg.errors_wait()) {
-                if (op == Operation::add) {
-                    reader.take_defaults(&e.card);
+                if (e.adds()) {
+                    reader.fill(&e.card, &defaults, has_default);
                 } else {
                     e.stored = block.stored(run, e);
-                    if (op == Operation::modify) reader.take_stored(&e.card, &e.stored);
+                    if (e.modifies()) reader.fill(&e.card, &e.stored, all);
                 }
                 block.check(run, e);
                 if (!run.msg.errors_wait()) block.apply(run, e);
             }
         }
-        const bool impr = run.opt["IMPR"_opt];
-        if (impr || run.msg.any_wait()) {
-            reader.show(&e.card, decoded && e.op != Operation::failed && !e.removes());
+        if (run.opt["IMPR"_opt] || run.msg.any_wait()) {
+            reader.show(&e.card);
             echo(run, block.rows, slots, block.operation, e.op);
         }
     }

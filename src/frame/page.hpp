@@ -58,6 +58,7 @@ public:
         const Arg args[sizeof...(V) + 1] = {Arg(values)..., Arg(0)};
         put(row, std::span(args, sizeof...(V)));
     }
+    void line(int row, std::span<const Arg> values) { put(row, values); }
     /// False when the operator answered a pause with "no more": the report ends.
     bool wanted() const;
 
