@@ -13,15 +13,9 @@ std::vector<double> set_points(const Store& s) {
         if (l != 0 && (s.branch.LTYPE(l) == 3 || s.branch.LTYPE(l) == 4))
             at(std::abs(s.tap.KBUS(t).at)) = s.tap.VBUS(t);
     }
-    std::vector<bool> remote(std::size_t(s.gen.NG) + 1);
-    for (int r : rows(s.rcb.NRCB)) {
-        at(s.rcb.IRCB(r)) = s.rcb.VRCB(r);
-        remote[std::size_t(s.rcb.ICB(r))] = true;
-    }
-    for (int g : rows(s.gen.NG)) {
-        const int k = s.gen.NOGEN(g), type = std::abs(s.bus.NTYPE(k));
-        if ((type == 2 || type == 3) && !remote[std::size_t(g)]) at(k) = s.gen.VGEN(g);
-    }
+    for (int g : rows(s.gen.NG))
+        if (const int k = s.gen.NOGEN(g); std::abs(s.bus.NTYPE(k)) >= 2) at(k) = s.gen.VGEN(g);
+    for (int r : rows(s.rcb.NRCB)) at(s.rcb.IRCB(r)) = s.rcb.VRCB(r);
     return held;
 }
 
