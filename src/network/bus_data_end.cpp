@@ -93,7 +93,7 @@ void settle_controls(Run& run, const BusBlock& block) {
     close_up(s, s.rcb, [&](int r) {
         const int g = s.rcb.ICB(r);
         const int own = g ? s.gen.NOGEN(g).at : 0;
-        if (own == 0 || std::abs(s.bus.NTYPE(own)) < 2) return false;
+        if (own == 0 || (std::abs(s.bus.NTYPE(own)) != 2 && std::abs(s.bus.NTYPE(own)) != 3)) return false;
         const int number = s.rcb.IRCB(r), k = bus_of(s, number);
         if (k == own) {
             s.bus.VOLT(own) = s.gen.VGEN(g);
@@ -121,6 +121,7 @@ void drop_unused_groups(Store& s) {
     std::array<bool, MXARE + 1> area{};
     std::array<bool, MXGLT + 1> group{};
     for (int k : rows(s.bus.NB)) {
+        if (gone(s, k)) continue;
         area[std::size_t(s.bus.IAREA(k))] = true;
         group[std::size_t(s.bus.NOGLT(k))] = true;
     }
@@ -138,12 +139,11 @@ void finish_buses(Run& run, BusBlock& block) {
     settle_controls(run, block);
     close_up(s, s.sht, [&](int h) { return s.sht.SHUNT(h) != 0; });
     MSGOUT(run);
+    drop_unused_groups(s);
     if (block.removed)
         drop_removed(run);
     else
-        order_rows(s);
-    drop_unused_groups(s);
-    rebuild_addresses(run);
+        rebuild_addresses(run);
 }
 
 }  // namespace korvane
