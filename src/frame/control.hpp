@@ -57,6 +57,7 @@ struct Control {
     std::string recall;
     std::vector<CodeRun> log;  // in the order run
     std::string macro_directory;
+    std::string stop_text;  // the words that the run ended with, set by run_program
 
     // command line, for parallel runs
     int IRANK = 0, NPROC = 1, IDIRE = 0;
