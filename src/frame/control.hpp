@@ -63,6 +63,7 @@ struct Control {
     int lines_missed = 0;      // reads of a code line in a row that met the end of input at the console
     std::vector<CodeRun> log;  // in the order run
     std::string macro_directory;
+    std::string stop_text;  // the words that the run ended with, set by run_program
 
     // command line, for parallel runs
     int IRANK = 0, NPROC = 1, IDIRE = 0;
