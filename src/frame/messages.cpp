@@ -128,7 +128,8 @@ void MSGTXT(Run& run, std::string_view routine, int number, int element, int typ
     const std::string& word = words[warning ? WORD_WARNING : WORD_ERROR].text();
     const std::string& label = words[std::size_t(LABEL + std::clamp(layout, 0, 9))].text();
     const std::string& text = MSGFND(run, routine, number);
-    const ElementName e = layout == element::none || layout == element::number ? ElementName{} : name_of(run, element, type);
+    const ElementName e =
+        layout == element::none || layout == element::number ? ElementName{} : name_of(run, element, type);
     std::string who = identification(e, element, layout);
 
     if (run.pag.NLINE + 3 > run.pag.LPP) PAGHDR(run);
@@ -168,7 +169,7 @@ const std::string& MSGFND(Run& run, std::string_view routine, int number) {
 
 void MSGLIN(Run& run) {
     const TextSource* source = stream_in_use(run.units);
-    if (!source) return;
+    if (!source || run.units.LUN[role::input] == unit::macros) return;
     const FormatRow& row = run.fmt.fix(STREAM_LINE);
     const auto fields = row.fields();
     const int first = fields.size() < 2 ? 30 : fields[1].column;

@@ -120,8 +120,6 @@ void Page::force() { run_.pag.NLINE = run_.pag.LPP; }
 
 bool Page::wanted() const { return run_.pag.KEYANS == ' '; }
 
-void Page::put(int row, std::span<const Arg> values) {
-    run_.pag.NLINE += print_row(run_, run_.fmt.rot(row), values);
-}
+void Page::put(int row, std::span<const Arg> values) { run_.pag.NLINE += print_row(run_, run_.fmt.rot(row), values); }
 
 }  // namespace korvane

@@ -19,7 +19,7 @@ constexpr int input = 1, cases = 2, log_copy = 3, print = 4, console_in = 5, con
 }
 /// Fixed units.
 namespace unit {
-constexpr int stream = 1, console_in = 5, console_out = 6, nested_input = 11, null = 25, log = 80;
+constexpr int stream = 1, console_in = 5, console_out = 6, nested_input = 11, null = 25, macros = 71, log = 80;
 }
 
 /// A stream of lines read whole into memory. Line ends are LF, CR LF or CR; the last one may be missing. Bytes that
