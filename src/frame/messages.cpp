@@ -169,7 +169,7 @@ const std::string& MSGFND(Run& run, std::string_view routine, int number) {
 
 void MSGLIN(Run& run) {
     const TextSource* source = stream_in_use(run.units);
-    if (!source) return;
+    if (!source || run.units.LUN[role::input] == unit::macros) return;
     const FormatRow& row = run.fmt.fix(STREAM_LINE);
     const auto fields = row.fields();
     const int first = fields.size() < 2 ? 30 : fields[1].column;

@@ -19,7 +19,7 @@ constexpr int input = 1, cases = 2, log_copy = 3, print = 4, console_in = 5, con
 }
 /// Fixed units.
 namespace unit {
-constexpr int stream = 1, console_in = 5, console_out = 6, nested_input = 11, null = 25, log = 80;
+constexpr int stream = 1, console_in = 5, console_out = 6, nested_input = 11, null = 25, macros = 71, log = 80;
 }
 
 /// A stream of lines read whole into memory. Line ends are LF, CR LF or CR; the last one may be missing. Bytes that
@@ -55,10 +55,9 @@ struct Units {
     std::unique_ptr<OutputFile> log_copy, print, cards;  // units 3, 4 and 7
     std::unique_ptr<OutputFile> log;                     // unit 80
     std::unique_ptr<RecordFile> cases, model, flow;      // units 2, 8 and 9
-    std::unique_ptr<TextSource> macros;                  // unit 71: while it is here, INPMAC reads from it
-    std::string macro_file;                              // where macros are kept; it need not exist
     int LULOG = unit::null;                              // unit that the log goes to: 80 or LUN[3]
     std::string console_line;                            // the line read from the console last
+    bool output_lost = false;                            // a file that was closed could not take all its lines
     int console_ends = 0;                                // ends of input met at the console, one after the other
 
     /// A name in the environment that led to no file, and what the role fell back to. Shown below the table of units.
