@@ -209,10 +209,14 @@ bool Reader::spread(void* card) {
 void Reader::fill(void* card, const void* from, FieldSet which) {
     which &= ~given;
     changed |= which;
-    for (std::size_t i = 0; which; ++i, which >>= 1)
-        if (which & 1)
-            std::memcpy(static_cast<char*>(card) + slots_[i].offset, static_cast<const char*>(from) + slots_[i].offset,
-                        slots_[i].size);
+    for (std::size_t i = 0; which; ++i, which >>= 1) {
+        if (!(which & 1)) continue;
+        const Slot& slot = slots_[i];
+        const char* const value = static_cast<const char*>(from) + slot.offset;
+        std::memcpy(static_cast<char*>(card) + slot.offset, value, slot.size);
+        if (slot.rules->zero_is_none && std::all_of(value, value + slot.size, [](char c) { return c == 0; }))
+            changed &= ~bit(i);
+    }
 }
 
 void Reader::show(const void* card) {

@@ -39,6 +39,7 @@ struct Rules {
     bool right = false;         // a text that is right-justified in its columns
     bool key = false;           // names the element: a delete card may have it
     bool tiny_is_zero = false;  // in a free list 0.0001 stands for an explicit zero
+    bool zero_is_none = false;  // a stored 0 means that the element has no such thing: its columns stay blank
     int part = 0;               // entry of an array, from 1
 };
 

@@ -42,20 +42,32 @@ enum class CatalogueFault { none, missing, unreadable, damaged, other_stamp };
 /// A catalogue file in memory.
 class Catalogue {
 public:
-    /// Reads and checks the whole file: length, directory, version record, stamp and checksum.
+    /// Reads and checks the whole file: length, directory, version record, stamp and checksum, in this order. The
+    /// catalogue stays empty when anything is wrong.
     CatalogueFault open(const std::string& path);
+    /// The same with the bytes of a file.
+    CatalogueFault open_bytes(std::string bytes);
     const CatalogueVersion& version() const { return version_; }
     bool has(std::string_view routine) const;
 
     enum class Block { found, missing, too_long, bad };
-    /// The rows of the routine's block, in their order in the file, at most limit of them.
+    /// The rows of the routine's block, in their order in the file; rows is left alone unless the block is found. A
+    /// block of more than limit rows is too long; bad is one whose chain or lengths lead out of the file.
     Block rows_of(std::string_view routine, int limit, std::vector<CatalogueRow>& rows) const;
 
-    /// The bytes of a catalogue file that holds the blocks. For the catalogue compiler and tests.
-    static std::string build(const std::vector<std::pair<std::string, std::vector<CatalogueRow>>>& blocks,
-                             CatalogueVersion version);
+    static constexpr int MOST_BLOCKS = 399, MOST_RECORDS = 32767, ROW_LENGTH = 200, NAME_LENGTH = 6;
+    using Source = std::vector<std::pair<std::string, std::vector<CatalogueRow>>>;  // name and rows of each block
+    /// The bytes of a catalogue file that holds the blocks; the configuration values are worked out here. Empty when
+    /// the file cannot hold them. For the catalogue compiler and tests.
+    static std::string build(const Source& blocks, const CatalogueVersion& version);
+    /// Brings the two configuration values of a file in line with its bytes, where it has a version record. For tests
+    /// that damage a file behind its checksum.
+    static void seal(std::string& bytes);
 
 private:
+    int records() const { return int(bytes_.size() / CATALOGUE_RECORD); }
+    std::string content(int record, std::size_t length) const;
+
     std::string bytes_;
     CatalogueVersion version_;
     std::unordered_map<std::string, int> first_record_;

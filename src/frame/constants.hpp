@@ -30,16 +30,24 @@ struct ConstantRow {
     enum class Scale { as_read, power, percent_single, percent_double, radians, integer, inverse_square, unused };
     int index;  // 1 to 106
     char name[5];
-    Scale scale;
-    double initial;           // in card units
-    double Constants::*real;  // where it lives: one of these two, or neither for a name that nothing uses
-    int Constants::*whole;
+    Scale scale = Scale::unused;
+    double initial = 0;                 // in card units
+    double Constants::*real = nullptr;  // where it lives; neither for a name that no routine reads
+    int Constants::*whole = nullptr;    // for a real constant: its nearest integer, kept beside it
 };
 
 /// The table of constants, in the order of the name table.
 std::span<const ConstantRow> constant_table();
 
-/// INPCTE: reads DCTE. Messages 100 to 150, -900 to -920.
-void INPCTE(Run& run);
+/// What a block of constants asks of the network, which is not the frame's to touch.
+struct ConstantsRead {
+    double rating_factor = 1.0;  // %SBC: what every branch rating is multiplied by
+    bool ratings = false;        // %SBC was given
+    bool jumpers = false;        // ZMIN was given: branches are marked anew
+};
+
+/// INPCTE: reads DCTE and applies it to the constants, good entries also when others were wrong. Messages 100 to 150,
+/// -900 to -920.
+ConstantsRead INPCTE(Run& run);
 
 }  // namespace korvane

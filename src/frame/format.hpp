@@ -1,7 +1,7 @@
 // The language of format rows: run-time format strings that turn numbers and texts into columns and back.
 //
-// A row is compiled once into a list of steps. Descriptors: A, Aw, Iw, Fw.d, Ew.d, nX, Tn, 'literal', "literal",
-// nH is not known, / for a new line, repeat counts, groups in parentheses, commas between items. See docs/catalogue.md.
+// A row is compiled once into a list of steps. Descriptors: A, Aw, Iw, Iw.m, Fw.d, Ew.d, nX, Tn, 'literal', "literal",
+// / for a new line, repeat counts, groups in parentheses, commas between items. See docs/catalogue.md.
 #pragma once
 #include <cstdint>
 #include <span>
@@ -53,21 +53,24 @@ struct Target {
     Target(char* v, int room) : kind(Kind::text), p(v), columns(room) {}
 };
 
-/// One step of a compiled row.
+/// One step of a compiled row. Repeats and groups are unrolled: a row runs from its first step to its last.
 struct FormatStep {
-    enum class Op : std::uint8_t { a, i, f, e, skip, tab, literal, line, group, end };
+    enum class Op : std::uint8_t { a, i, f, e, skip, tab, literal, line };
     Op op;
-    std::int16_t width = 0;         // columns of a field; columns to skip; column of a tab; 0: as wide as the text
-    std::int16_t decimals = 0;      // of F and E
-    std::int32_t from = 0, to = 0;  // literal: its characters in the row; group: first step inside, repeats
+    std::int16_t width = 0;     // columns of a field, 0: as wide as the text; to skip; column of a tab; of a literal
+    std::int16_t decimals = 0;  // of F and E; least digits of I
+    std::int32_t at = 0;        // of a literal: its first character in the row's literals
 };
 
 /// A compiled format row.
 class FormatRow {
 public:
     FormatRow() = default;
-    /// Compiles the text of a row. A row in error prints as its own text and refuses to read; error() says what is
-    /// wrong and where. A blank row prints an empty line.
+    /// Bounds of a row, so that no row, however written, costs much to compile or to print.
+    static constexpr int MOST_STEPS = 1000, LAST_COLUMN = 1000, DEEPEST_GROUP = 10;
+
+    /// Compiles the text of a row. A row in error, such as a plain word, prints as its own text and refuses to read;
+    /// error() says what is wrong and where. A blank row prints an empty line.
     explicit FormatRow(std::string_view text);
 
     const std::string& text() const { return text_; }
@@ -91,8 +94,11 @@ public:
     std::vector<Field> fields() const;
 
 private:
-    std::string text_, error_;
+    friend class FormatCompiler;
+    std::string text_, error_, literals_;
     std::vector<FormatStep> steps_;
+    int again_ = -1;   // step at which values left over start the row again; -1: nothing there takes a value
+    int columns_ = 0;  // of its longest line, texts without a width not counted
 };
 
 }  // namespace korvane

@@ -33,8 +33,21 @@ struct PrintedMessage {
     std::string text;            // Latin-1
 };
 
+/// What the network tells of an element that a message names.
+struct ElementName {
+    bool known = false;
+    int number = 0;           // external number of a bus, or of the from end of a branch
+    std::string_view name{};  // its name; name of a link
+    int to_number = 0;        // the other end of a branch
+    std::string_view to_name{};
+    int circuit = 0;
+};
+/// Looks up a bus position (type 1), a bus number (11), a branch position (2) or a link (6).
+using NameElement = ElementName (*)(const Run&, int element, int type);
+
 struct Messages {
     static constexpr int QUEUE = 40;
+    static constexpr int TEXTS = 200, TEXT_LENGTH = 200;  // of one routine; of one message
     struct Entry {
         int number, element, type;
     };
@@ -45,6 +58,8 @@ struct Messages {
     int NERR = 0;        // errors of the last flush that held any
     int NFLUSH = 0;      // flushes that held errors
     std::vector<PrintedMessage> printed;
+
+    NameElement identify = nullptr;  // installed by the network; without it an element is its number and "?"
 
     Catalogue file;
     std::unordered_map<std::string, std::unordered_map<int, std::string>> texts;  // routines met so far
@@ -64,6 +79,9 @@ void MSGTXT(Run& run, std::string_view routine, int number, int element, int typ
 
 /// MSGFND: the text of a message, at most 200 characters; a fixed text when the file has none.
 const std::string& MSGFND(Run& run, std::string_view routine, int number);
+
+/// MSGLIN: tells the line of the stream that was read last, and the name of its file.
+void MSGLIN(Run& run);
 
 /// Queues message number of the current routine when the condition holds, and tells whether it did.
 bool refuse(Run& run, bool condition, int number, int element = 0, int type = element::none);

@@ -1,5 +1,6 @@
 // The page of the report unit: lines, page breaks, headings, pauses.
 #pragma once
+#include <functional>
 #include <initializer_list>
 #include <span>
 #include <string>
@@ -21,26 +22,40 @@ struct PageState {
     bool PAUSAT = false;  // a full screen waits for the operator
     bool SCRREP = false;  // input and reports are both at the console
     char KEYANS = ' ';    // answer at the last pause
-    std::string buffer;   // one line being made
+    std::string buffer;   // the lines of one row being made
+
+    /// Prints one more line under each heading, such as the contingency being studied; nothing: no such line.
+    std::function<void(Run&)> subject;
 };
 
-/// Prints a row of FMTROT or FMTFIX on the report unit, without counting lines.
-void print_rot(Run& run, int row, std::initializer_list<Arg> values);
-void print_fix(Run& run, int row, std::initializer_list<Arg> values);
-/// The same with any compiled row.
-void print_row(Run& run, const FormatRow& row, std::span<const Arg> values);
+/// Columns of a report line, without its carriage control: 80 with 80CO, else 132.
+int page_width(const Run& run);
 
-/// PAGHDR: starts a new page with its heading; NLINE takes 3.
+/// Prints a row of FMTROT or FMTFIX on the report unit. Returns the lines that it took on the page, and counts none.
+int print_rot(Run& run, int row, std::initializer_list<Arg> values);
+int print_fix(Run& run, int row, std::initializer_list<Arg> values);
+/// The same with any compiled row.
+int print_row(Run& run, const FormatRow& row, std::span<const Arg> values);
+/// Prints a row on the console, whatever the report unit is.
+void print_console(Run& run, const FormatRow& row, std::initializer_list<Arg> values);
+
+/// A text shortened to so many columns, a long one from its front: "...rest of the path".
+std::string last_columns(std::string_view text, std::size_t columns);
+
+/// PAGHDR: starts a new page with its heading; NLINE takes 3, and 1 more with a subject. Before a page that is not the
+/// first of its report the operator at the screen is asked; an answer stays in KEYANS and clears IMPR, and no heading
+/// is printed.
 void PAGHDR(Run& run);
-/// PAGWAI: the end of a report; at the console waits for the operator.
+/// PAGWAI: the end of a report; waits for the operator at the screen. The next heading is the first of its report.
 void PAGWAI(Run& run);
 /// PAGFIT: makes sure that an echo of the given lines and the messages that wait fit on the page.
 void PAGFIT(Run& run, int errors, int warnings, int lines);
 
-/// What a report prints with: rows of the routine that called LDFORM, line counts kept.
+/// What a report prints with: rows of the routine that called LDFORM, line counts kept. A new Page forgets what the
+/// operator answered at an earlier pause.
 class Page {
 public:
-    explicit Page(Run& run) : run_(run) {}
+    explicit Page(Run& run);
     /// Whether so many lines still fit on the page.
     bool fits(int lines) const;
     /// Page break before the next line.
@@ -49,6 +64,7 @@ public:
     template <class... V>
     void heading(int first, int last, const V&... values) {
         PAGHDR(run_);
+        if (!wanted()) return;
         line(first, values...);
         for (int row = first + 1; row <= last; ++row) line(row);
     }

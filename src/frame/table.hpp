@@ -91,6 +91,7 @@ enum class Family : unsigned char {
     fixed_tap,
     alternative_slack,
 };
+constexpr int FAMILIES = int(Family::alternative_slack) + 1;
 
 /// An entry that is a row of family F: 0 points at nothing, and a sign carries a meaning of the column and survives
 /// every move of the row.

@@ -36,4 +36,12 @@ struct Text {
     friend bool operator==(const Text& a, std::string_view b) { return a == of(b); }
 };
 
+/// N blank columns.
+template <int N>
+constexpr Text<N> BLANK = [] {
+    Text<N> t{};
+    for (char& c : t.at) c = ' ';
+    return t;
+}();
+
 }  // namespace korvane

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/files.hpp"
 #include "platform/platform.hpp"
@@ -18,7 +19,7 @@ constexpr int input = 1, cases = 2, log_copy = 3, print = 4, console_in = 5, con
 }
 /// Fixed units.
 namespace unit {
-constexpr int console_in = 5, console_out = 6, nested_input = 11, null = 25, log = 80;
+constexpr int stream = 1, console_in = 5, console_out = 6, nested_input = 11, null = 25, macros = 71, log = 80;
 }
 
 /// A stream of lines read whole into memory. Line ends are LF, CR LF or CR; the last one may be missing. Bytes that
@@ -35,9 +36,10 @@ public:
 
 private:
     std::string name_, bytes_, converted_;
-    std::size_t at_ = 0;
+    std::size_t at_ = 0, start_ = 0;         // where the next line begins; behind a byte-order mark
+    std::size_t next_lf_ = 0, next_cr_ = 0;  // the first of each at or behind at_
     int number_ = 0;
-    bool ascii_ = true;
+    bool ascii_ = true;  // no byte above 127 in the whole file
 };
 
 struct Units {
@@ -52,7 +54,17 @@ struct Units {
     std::unique_ptr<TextSource> stream, nested;          // units 1 and 11
     std::unique_ptr<OutputFile> log_copy, print, cards;  // units 3, 4 and 7
     std::unique_ptr<OutputFile> log;                     // unit 80
+    std::unique_ptr<RecordFile> cases, model, flow;      // units 2, 8 and 9
+    int LULOG = unit::null;                              // unit that the log goes to: 80 or LUN[3]
     std::string console_line;                            // the line read from the console last
+    bool output_lost = false;                            // a file that was closed could not take all its lines
+    int console_ends = 0;                                // ends of input met at the console, one after the other
+
+    /// A name in the environment that led to no file, and what the role fell back to. Shown below the table of units.
+    struct Unopened {
+        std::string variable, file, fallback;
+    };
+    std::vector<Unopened> unopened;
 
     /// A person sits at the console and can answer a prompt.
     bool interactive() const { return CONINP && !BATCHI; }
@@ -69,6 +81,13 @@ bool read_line(Run& run, std::string_view& line);
 /// leaves the cursor behind it. Cards and log lines have none.
 void write_line(Run& run, int lun, std::string_view line);
 
+/// A card to the card unit, column 1 being a column like any other, on the console too.
+void write_card(Run& run, std::string_view card);
+
+/// Ends the present stream: a nested one returns to the outer stream, a stream to the console. False when input was
+/// the console already.
+bool close_stream(Run& run);
+
 /// Copies a line that the operator typed to the log, when the log is on and lines come from the console.
 void log_line(Run& run, std::string_view line);
 
@@ -80,13 +99,18 @@ void open_units(Run& run);
 void IOFILE(Run& run);
 /// CONNUL: commits units 2 to 8 to disk. Message 100.
 void CONNUL(Run& run);
-/// LOGCTL: 1 opens the log, 2 closes it.
+/// LOGCTL: 1 opens the log, 2 closes it. Message 100: the log file cannot be created.
 void LOGCTL(Run& run, int kind);
 /// CPYLOG: copies the log to unit 3, which is the log from then on. Messages 100 and 110.
 void CPYLOG(Run& run);
 /// The table of units, as shown at the start and by ULOG.
 void show_units(Run& run);
 
+/// Writes out what is buffered anywhere; false when something could not be written, now or earlier.
+bool flush_units(Run& run);
+
+/// Valid UTF-8 becomes Latin-1, with an inverted question mark for a character that Latin-1 does not have. Any other
+/// text is taken as Latin-1 already and returned as it stands.
 std::string latin1_from_utf8(std::string_view utf8);
 std::string utf8_from_latin1(std::string_view latin1);
 

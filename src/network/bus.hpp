@@ -41,15 +41,23 @@ struct BusTables {
     int& count() { return NB; }
     static constexpr auto columns() {
         using B = BusTables;
-        return std::tuple{
-            column("NOINT", &B::NOINT),           column("BNAME", &B::BNAME),     column("NTYPE", &B::NTYPE),
-            column("STBUS", &B::STBUS, true),     column("VOLT", &B::VOLT, 1.0),  column("ANGLE", &B::ANGLE),
-            column("PLOAD", &B::PLOAD),           column("QLOAD", &B::QLOAD),     column("FVOLT", &B::FVOLT, 1.0),
-            column("IAREA", &B::IAREA),           column("NOGBT", &B::NOGBT),     column("NOGLT", &B::NOGLT),
-            column("IBMIDPOINT", &B::IBMIDPOINT), column("IAGRBAR", &B::IAGRBAR), column("BUSSEL", &B::BUSSEL, true)};
+        return std::tuple{column("NOINT", &B::NOINT),           column("BNAME", &B::BNAME, BLANK<12>),
+                          column("NTYPE", &B::NTYPE),           column("STBUS", &B::STBUS, true),
+                          column("VOLT", &B::VOLT, 1.0),        column("ANGLE", &B::ANGLE),
+                          column("PLOAD", &B::PLOAD),           column("QLOAD", &B::QLOAD),
+                          column("FVOLT", &B::FVOLT, 1.0),      column("IAREA", &B::IAREA),
+                          column("NOGBT", &B::NOGBT),           column("NOGLT", &B::NOGLT),
+                          column("IBMIDPOINT", &B::IBMIDPOINT), column("IAGRBAR", &B::IAGRBAR),
+                          column("BUSSEL", &B::BUSSEL, true)};
     }
 };
 static_assert(lists_every_table<BusTables>());
+
+/// Card type from NTYPE, -3 to 4; minus: the limit check has turned the bus.
+constexpr int IBTYP(int ntype) {
+    constexpr int of[] = {-2, -1, 3, 0, -3, 1, 2, 4};
+    return of[ntype + 3];
+}
 
 struct AreaTables {
     static constexpr Family family = Family::area;
@@ -63,7 +71,7 @@ struct AreaTables {
     int& count() { return NAREA; }
     static constexpr auto columns() {
         using A = AreaTables;
-        return std::tuple{column("NAINT", &A::NAINT),   column("ARNAME", &A::ARNAME),
+        return std::tuple{column("NAINT", &A::NAINT),   column("ARNAME", &A::ARNAME, BLANK<36>),
                           column("AREINT", &A::AREINT), column("EXCMIN", &A::EXCMIN),
                           column("EXCMAX", &A::EXCMAX), column("ARESEL", &A::ARESEL, true)};
     }
@@ -78,7 +86,8 @@ struct BaseGroupTables {
 
     int& count() { return NGBT; }
     static constexpr auto columns() {
-        return std::tuple{column("GBTEN", &BaseGroupTables::GBTEN), column("BASET", &BaseGroupTables::BASET, 1.0)};
+        return std::tuple{column("GBTEN", &BaseGroupTables::GBTEN, BLANK<2>),
+                          column("BASET", &BaseGroupTables::BASET, 1.0)};
     }
 };
 static_assert(lists_every_table<BaseGroupTables>());
@@ -93,7 +102,7 @@ struct LimitGroupTables {
     int& count() { return NGLT; }
     static constexpr auto columns() {
         using G = LimitGroupTables;
-        return std::tuple{column("GLTEN", &G::GLTEN), column("VMIN", &G::VMIN, double(0.8f)),
+        return std::tuple{column("GLTEN", &G::GLTEN, BLANK<2>), column("VMIN", &G::VMIN, double(0.8f)),
                           column("VMAX", &G::VMAX, double(1.2f)), column("VMINE", &G::VMINE, double(0.8f)),
                           column("VMAXE", &G::VMAXE, double(1.2f))};
     }

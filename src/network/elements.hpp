@@ -147,7 +147,7 @@ struct LinkTables {
     int& count() { return NLDC; }
     static constexpr auto columns() {
         using L = LinkTables;
-        return std::tuple{column("NINLNK", &L::NINLNK), column("NAMLNK", &L::NAMLNK),
+        return std::tuple{column("NINLNK", &L::NINLNK), column("NAMLNK", &L::NAMLNK, BLANK<20>),
                           column("STUELO", &L::STUELO, true)};
     }
 };

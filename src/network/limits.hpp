@@ -41,6 +41,7 @@ constexpr int MXTIE = 28000;   // branches between areas
 constexpr int MXAGR = 10;      // aggregators
 constexpr int MXAGROW = 200;   // groups in one aggregator
 constexpr int MXNUM = 99999;   // highest external bus number
+constexpr int MXCTR = 5000;    // controls that CTROFF changes
 constexpr int MXILH = 20000;   // islands
 
 }  // namespace korvane

@@ -72,9 +72,36 @@ struct Solution {
     double XMI;           // step multiplier of the last iteration
 };
 
-/// Counts of rows in service and out of service of one family, while the store is compacted.
+/// Counts of rows in service and out of service of one family.
 struct OnOff {
     int on, off;
+};
+
+/// What STOOFF did, for STOON to undo. While the store is compacted the rows out of service lie behind the counts.
+struct Compaction {
+    bool compacted;
+    std::array<OnOff, FAMILIES> rows;
+
+    /// Columns of branches out of service: fictitious branches may take the place of these rows meanwhile.
+    struct BranchEnds {
+        BusRef from, to;
+        bool in_service, live_from, live_to;
+    };
+    Table<BranchEnds, MXLIN> ends;  // by branch row, behind the branches in service
+
+    /// A control in service whose bus is out of service, as CTROFF found it.
+    struct ControlChange {
+        Family family;  // NTIPCTR: remote_control or tap
+        int row;        // IPCTROFF
+        BusRef bus;     // KBUSCTR: the bus it controlled, minus as on a tap
+    };
+    int NCTROFF;
+    Table<ControlChange, MXCTR> change;
+    int first_factor, factors;        // rows that CTROFF added to IPCREM
+    int first_fixed_tap, fixed_taps;  // and to ITAPF
+
+    OnOff& of(Family f) { return rows[std::size_t(f)]; }
+    const OnOff& of(Family f) const { return rows[std::size_t(f)]; }
 };
 
 /// The store. It lies in zeroed memory from make_store, is made once and never copied or put on a stack.
@@ -118,6 +145,8 @@ struct Store {
     BusMaps map;
     Islands ilh;
     Solution sol;
+    Compaction cmp;
+    Table<int, MXLINX + 1> scratch;  // of row_scratch
 
     /// All families, in the order in which the store is compacted.
     auto families() {
@@ -169,6 +198,12 @@ constexpr int limit_of() {
     return n;
 }
 
+/// Rows of the family in and out of service. Compare it with the limit before a row is added.
+template <class Tables>
+int rows_taken(Store& s, Tables& t) {
+    return t.count() + s.cmp.of(Tables::family).off * s.cmp.compacted;
+}
+
 /// Rows i and j trade places in every column of the family.
 template <class Tables>
 void swap_rows(Tables& t, int i, int j) {
@@ -181,7 +216,7 @@ void remap(Store& s, const RowMap& moved) {
     each_family(s, [&](auto& family) {
         each_table(family, [&](const auto& c, auto& table) {
             if constexpr (std::is_same_v<typename std::remove_cvref_t<decltype(c)>::value_type, Ref<F>>)
-                for (int i : rows(family.count())) table(i).at = moved(table(i));
+                for (int i : rows(rows_taken(s, family))) table(i).at = moved(table(i));
         });
     });
 }
@@ -203,6 +238,20 @@ int close_up(Store& s, Tables& t, Keep keep) {
     t.count() = n;
     if (n != before) remap<Tables::family>(s, RowMap(to));
     return before - n;
+}
+
+/// add_row that also works while the store is compacted: the first row out of service makes room.
+template <class Tables>
+int add_live_row(Store& s, Tables& t) {
+    const int total = rows_taken(s, t), i = t.count() + 1;
+    if (total >= i) {
+        each_table(t, [=](const auto&, auto& table) { table(total + 1) = table(i); });
+        int* const to = row_scratch(s).data();
+        for (int k = 0; k <= total; ++k) to[k] = k;
+        to[i] = total + 1;
+        remap<Tables::family>(s, RowMap(to));
+    }
+    return add_row(t);
 }
 
 // --- searches
@@ -237,7 +286,7 @@ void forget_bus(Store& s, int k);
 /// HSORT: heap sort that leaves in order(1..n) the positions of table in ascending order of value; the table stays.
 void HSORT(const int* table, int* order, int n);
 
-/// NOORD, NBMAX, NAORD and the index of external numbers.
+/// NOORD, NBMAX, NAORD and the index of external numbers, over the rows in use.
 void order_rows(Store& s);
 
 /// ADRLIN: the branches of every bus, in ascending order. Call it after any branch row moves.
@@ -258,15 +307,26 @@ void map_bus_rows(Store& s);
 /// RESET: every count and selection to its default, constants and options to theirs, KNTRL to false.
 void RESET(Run& run);
 
-/// Elements without both ends, branches without a bus and the like are dropped, and everything that refers to them
-/// follows. Buses removed have NOINT 0, branches removed NFROM 0.
+/// Address lists of the whole store: order_rows, link_branch_rows, ADRARE, ADRLIN.
+void rebuild_addresses(Run& run);
+
+/// Buses with NOINT 0 and branches with NFROM 0 are dropped, and with them all that stands on them; every reference
+/// follows, and the address lists are rebuilt. A control whose bus is gone returns to its own: a tap to the from bus,
+/// a shunt bank, an automatic shunt or a compensator to the bus it stands at.
 void drop_removed(Run& run);
 
-/// STOOFF: elements out of service go behind those in service, and the counts see only the latter.
+/// STOOFF: elements out of service go behind those in service, and the counts see only the latter. A branch in the
+/// count has both ends alive; those with STLIN false are the last of them. Nothing moves when no bus, no link and no
+/// device with a state of its own is out of service. Then CTROFF.
 void STOOFF(Run& run);
 
 /// STOON: the counts see all elements again; rows keep the order that STOOFF gave them.
 void STOON(Run& run);
+
+/// CTROFF: controls in service whose bus is out of service. With CREM such a generator goes to IPCREM and controls
+/// its own bus, with CTAP such a tap goes to ITAPF; STOON puts both back. One report line each, unless the report
+/// unit is the null device. Messages 100, 110: the list of generators, of taps is full.
+void CTROFF(Run& run);
 
 /// Base power, external numbers and limits of a bus as the reader knows them are in MW and degrees; the store holds
 /// per unit and radians.

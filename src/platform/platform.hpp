@@ -25,7 +25,8 @@ public:
     virtual std::optional<std::string> read_console() = 0;
     /// Bytes to standard output, as they stand.
     virtual void write_console(std::string_view bytes) = 0;
-    virtual void flush_console() = 0;
+    /// False when standard output could not take everything written so far.
+    virtual bool flush_console() = 0;
 
     /// Value of an environment variable; nothing when it is not set.
     virtual std::optional<std::string> environment(const std::string& name) const = 0;

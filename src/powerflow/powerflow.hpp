@@ -25,6 +25,12 @@ struct FreeMatrices {
 using MatricesPtr = std::unique_ptr<Matrices, FreeMatrices>;
 MatricesPtr make_matrices();
 
+/// Load of bus k at its present voltage, individual loads with it, pu.
+struct Power {
+    double p, q;
+};
+Power bus_load(const Store& s, int k);
+
 /// Power that enters branch l at its from and at its to end at the present voltages, pu.
 struct BranchFlow {
     double pf, qf, pt, qt;

@@ -1,0 +1,280 @@
+// DLIN, branches: the card, how a branch becomes a card, and how a card becomes a branch.
+#include "network/branch_data.hpp"
+
+#include "frame/decimal.hpp"
+#include "network/set_points.hpp"
+
+namespace korvane {
+
+namespace {
+
+constexpr Field<BranchCard> DLIN[] = {
+    {1, 5, &BranchCard::from, {.key = true}},
+    {6, 6, &BranchCard::from_state, {.add = "L", .letters = Letters::upper}},
+    {10, 10, &BranchCard::to_state, {.add = "L", .letters = Letters::upper}},
+    {11, 15, &BranchCard::to, {.key = true}},
+    {16, 17, &BranchCard::circuit, {.key = true}},
+    {18, 18, &BranchCard::state, {.add = "L", .letters = Letters::upper}},
+    {19, 19, &BranchCard::owner, {.add = "F", .letters = Letters::upper}},
+    {21, 26, &BranchCard::r, {.add = "0"}},
+    {27, 32, &BranchCard::x},
+    {33, 38, &BranchCard::charging, {.add = "0", .unit = Scale::power}},
+    {39, 43, &BranchCard::tap, {.zero_is_none = true}},
+    {44, 48, &BranchCard::tpmin, {.zero_is_none = true}},
+    {49, 53, &BranchCard::tpmax, {.zero_is_none = true}},
+    {54, 58, &BranchCard::phase, {.unit = Scale::degrees, .zero_is_none = true}},
+    {59, 64, &BranchCard::controlled, {.zero_is_none = true}},
+    {65, 68, &BranchCard::normal, {.add = "9999"}},
+    {69, 72, &BranchCard::emergency},
+    {73, 74, &BranchCard::positions, {.zero_is_none = true}},
+    {75, 78, &BranchCard::equipment},
+    {79, 81, &BranchCard::aggregators, {.zero_is_none = true, .part = 1}},
+    {82, 84, &BranchCard::aggregators, {.zero_is_none = true, .part = 2}},
+    {85, 87, &BranchCard::aggregators, {.zero_is_none = true, .part = 3}},
+    {88, 90, &BranchCard::aggregators, {.zero_is_none = true, .part = 4}},
+    {91, 93, &BranchCard::aggregators, {.zero_is_none = true, .part = 5}},
+    {94, 96, &BranchCard::aggregators, {.zero_is_none = true, .part = 6}},
+    {97, 99, &BranchCard::aggregators, {.zero_is_none = true, .part = 7}},
+    {100, 102, &BranchCard::aggregators, {.zero_is_none = true, .part = 8}},
+    {103, 105, &BranchCard::aggregators, {.zero_is_none = true, .part = 9}},
+    {106, 108, &BranchCard::aggregators, {.zero_is_none = true, .part = 10}},
+};
+static_assert(well_formed(DLIN));
+
+constexpr int MXCIR = 99;  // highest circuit of a pair of buses
+
+/// A number worked back from the store, without the last bits that the way there and back has cost: the number of at
+/// most twelve digits that it was, if it lies within a few units in the last place of one. So a card written from the
+/// store, and a card that changes one of two numbers, leave the other one as it was typed.
+double as_typed(double v) {
+    char digits[32];
+    const auto end = std::to_chars(digits, digits + sizeof digits, v, std::chars_format::scientific, 11).ptr;
+    double typed = v;
+    std::from_chars(digits, end, typed);
+    constexpr double few = 16 * std::numeric_limits<double>::epsilon();
+    return std::abs(typed - v) <= few * std::abs(v) ? typed : v;
+}
+
+char letter(bool live) { return live ? 'L' : 'D'; }
+
+double rating(double mva) { return mva >= NO_RATING ? INFINITE_RATING : mva; }
+double shown_rating(double mva) { return mva >= NO_RATING ? NO_RATING : mva; }
+
+}  // namespace
+
+BranchBlock::BranchBlock(Run& of) : run(of), s(of.store), finder_(of.store), set_point_(set_points(of.store)) {
+    remote_control_.assign(std::size_t(s.bus.NB) + 1, false);
+    for (int r : rows(s.rcb.NRCB)) {
+        remote_control_[std::size_t(s.rcb.IRCB(r))] = true;
+        remote_control_[std::size_t(s.gen.NOGEN(s.rcb.ICB(r)))] = true;
+    }
+}
+
+int BranchBlock::phase_row(int l) const {
+    const int type = s.branch.LTYPE(l);
+    return type == 2 || type == 4 || type == 6 ? s.branch.LITRF(l) : 0;
+}
+
+int BranchBlock::tap_row(int l) const {
+    if (const int p = phase_row(l)) return s.phs.NOPHS(p);
+    const int type = s.branch.LTYPE(l);
+    return type == 1 || type == 3 ? s.branch.LITRF(l) : 0;
+}
+
+void BranchBlock::locate(BranchEdit& e) {
+    const BranchCard& c = e.card;
+    element_ = c.from;
+    type_ = element::bus_number;
+    say(c.from < 1, 120);
+    say(c.to < 1, 130);
+    if (!say(c.circuit < 0, 140)) say(c.circuit == 0 && e.given(&BranchCard::circuit), 150);
+    if (c.from < 1 || c.to < 1) return;
+    from_ = bus_of(s, c.from);
+    to_ = bus_of(s, c.to);
+    refuse(run, from_ == 0, 160, c.from, element::bus_number);
+    refuse(run, to_ == 0, 170, c.to, element::bus_number);
+    say(from_ != 0 && from_ == to_, 180);
+    if (run.msg.errors_wait()) return;
+    if (e.adds())
+        locate_new(e);
+    else
+        locate_old(e);
+}
+
+void BranchBlock::locate_new(BranchEdit& e) {
+    const bool free_choice = e.card.circuit == 0 || run.opt["NCIR"_opt];
+    const FoundBranch found = finder_.find(from_, to_, e.card.circuit);
+    if (free_choice) {
+        if (!say(found.highest >= MXCIR, 209)) e.amend(&BranchCard::circuit, found.highest + 1);
+    } else {
+        refuse(run, found.branch != 0, 210, found.branch, element::branch);
+    }
+    say(s.branch.NL >= MXLIN, 260);
+    e.row = s.branch.NL + 1;
+    reversed_ = false;
+    LTYPE_ = 0;
+}
+
+void BranchBlock::locate_old(BranchEdit& e) {
+    e.row = finder_.find(from_, to_, e.card.circuit).branch;
+    if (say(e.row == 0, 280)) return;
+    element_ = e.row;
+    type_ = element::branch;
+    reversed_ = s.branch.NFROM(e.row) != from_;
+    LTYPE_ = s.branch.LTYPE(e.row);
+    say(LTYPE_ == 5, 281);
+}
+
+BranchCard BranchBlock::stored(const BranchEdit& e) const {
+    if (e.removes()) return {};
+    const BranchTables& b = s.branch;
+    const int l = e.row;
+    BranchCard c{};
+    c.from = e.card.from;
+    c.to = e.card.to;
+    c.circuit = b.NCIR(l);
+    c.from_state = letter(reversed_ ? b.STLINP(l) : b.STLIND(l));
+    c.to_state = letter(reversed_ ? b.STLIND(l) : b.STLINP(l));
+    c.state = letter(b.STLIN(l));
+    c.owner = b.OWNER(l) != reversed_ ? 'F' : 'T';
+    double t = 1;
+    if (const int n = tap_row(l)) {
+        t = s.tap.TAP(n);
+        c.tap = as_typed(1 / t);
+        c.tpmin = s.tap.TPMIN(n);
+        c.tpmax = s.tap.TPMAX(n);
+        if (const int k = s.tap.KBUS(n); k != 0 && c.tpmin < c.tpmax)
+            c.controlled = k < 0 ? -s.bus.NOINT(-k) : s.bus.NOINT(k);
+        c.positions = s.tap.NTSTP(n);
+    }
+    // z = 1/y, and y/t is what the store holds
+    const double g = b.GKM(l), y = b.BKM(l), z = 100 * t / (g * g + y * y);
+    c.r = as_typed(g * z);
+    c.x = as_typed(-y * z);
+    c.charging = 2 * b.BC(l);
+    if (const int p = phase_row(l)) c.phase = s.phs.PHS(p);
+    c.normal = shown_rating(b.CAPAC(l));
+    c.emergency = shown_rating(b.CAPAE(l));
+    c.equipment = shown_rating(b.CAPAQ(l));
+    for (int k : rows(MXAGR))
+        if (const int row = b.IAGRCIR(l)(k)) c.aggregators[std::size_t(k - 1)] = s.agr.NIDGAG(k)(row);
+    return c;
+}
+
+void BranchBlock::apply(BranchEdit& e) {
+    BranchTables& b = s.branch;
+    const BranchCard& c = e.card;
+    const int l = e.row;
+    if (e.removes()) {
+        finder_.remove(l);
+        b.NFROM(l) = 0;
+        b.NCIR(l) = 0;
+        removed_ = true;
+        return;
+    }
+    if (e.adds()) {
+        add_row(b);
+        b.NFROM(l) = from_;
+        b.NTO(l) = to_;
+        b.NCIR(l) = c.circuit;
+        auto base = [&](int k) { return s.bus.NOGBT(k) ? s.gbt.BASET(s.bus.NOGBT(k)) : 1.0; };
+        b.VFXENRG(l) = upper_limit(base(from_)).value_or(1.1);
+        b.VTXENRG(l) = upper_limit(base(to_)).value_or(1.1);
+        finder_.insert(l);
+    }
+    b.STLIN(l) = c.state == 'L';
+    (reversed_ ? b.STLINP : b.STLIND)(l) = c.from_state == 'L';
+    (reversed_ ? b.STLIND : b.STLINP)(l) = c.to_state == 'L';
+    b.OWNER(l) = (c.owner == 'F') != reversed_;
+    b.CAPAC(l) = rating(c.normal);
+    b.CAPAE(l) = rating(c.emergency);
+    b.CAPAQ(l) = rating(c.equipment);
+    b.KAPAC(l) = int(std::lround(b.CAPAC(l)));
+    b.KAPAE(l) = int(std::lround(b.CAPAE(l)));
+    b.KAPAQ(l) = int(std::lround(b.CAPAQ(l)));
+    for (int k : rows(MXAGR))
+        if (e.adds() || e.given(&BranchCard::aggregators, k)) {
+            const int id = c.aggregators[std::size_t(k - 1)];
+            b.IAGRCIR(l)(k) = std::uint8_t(id ? s.agr.row(k, id) : 0);
+        }
+    b.BC(l) = 0.5 * c.charging;
+
+    // What the card leaves blank stays as it is to the last bit, so the admittance is worked out only when asked for.
+    const bool new_tap = transformer_ && LTYPE_ == 0;
+    if (e.adds() || new_tap || e.given(&BranchCard::r) || e.given(&BranchCard::x) || c.tap != e.stored.tap) {
+        const Admittance y = series_admittance(c.r, c.x, transformer_ ? c.tap : 1);
+        b.GKM(l) = y.g;
+        b.BKM(l) = y.b;
+    }
+    if (transformer_) write_tap(e, l);
+}
+
+void BranchBlock::write_tap(const BranchEdit& e, int l) {
+    const BranchCard& c = e.card;
+    TapTables& t = s.tap;
+    const bool is_new = LTYPE_ == 0;
+    const int n = is_new ? add_row(t) : tap_row(l);
+    if (is_new) {
+        t.NOTAP(n) = l;
+        t.VMNTVF(n) = run.cte.VDVN;
+        t.VMXTVF(n) = run.cte.VDVM;
+        s.branch.LITRF(l) = n;
+        s.branch.LTYPE(l) = 1;
+    }
+    if (is_new || c.tap != e.stored.tap) t.TAP(n) = 1 / c.tap;
+    t.TPMIN(n) = c.tpmin;
+    t.TPMAX(n) = c.tpmax;
+    if (tap_typed_ || controlled_ != t.KBUS(n)) {
+        t.KBUS(n) = controlled_;
+        t.VBUS(n) = set_point_[std::size_t(std::abs(controlled_))];
+    }
+    if (is_new) t.VBARRA(n) = t.VBUS(n);
+    t.NTSTP(n) = regulated_ ? c.positions : 0;
+    // Where the control left the tap holds only while the tap is there.
+    const bool at_limit = t.NTTAP(n) == 1   ? card_form(c.tap) == card_form(c.tpmax)
+                          : t.NTTAP(n) == 2 ? card_form(c.tap) == card_form(c.tpmin)
+                                            : true;
+    if (tap_typed_ && (!regulated_ || !at_limit)) t.NTTAP(n) = 0;
+
+    if (phase_) write_phase(e, l);
+    if (s.branch.LTYPE(l) != 6) s.branch.LTYPE(l) = (regulated_ ? 3 : 1) + phase_;
+}
+
+void BranchBlock::write_phase(const BranchEdit& e, int l) {
+    int p = phase_row(l);
+    if (p == 0) {
+        const int n = s.branch.LITRF(l);
+        p = add_row(s.phs);
+        s.phs.NOPHS(p) = n;
+        s.branch.LITRF(l) = p;
+    }
+    s.phs.PHS(p) = e.card.phase;
+    if (s.branch.LTYPE(l) == 6 || !e.given(&BranchCard::phase)) return;
+    // A shift that is given is fixed: what a control left in the row goes.
+    const Ref<Family::tap> n = s.phs.NOPHS(p);
+    reset_row(s.phs, p);
+    s.phs.NOPHS(p) = n;
+    s.phs.PHS(p) = e.card.phase;
+}
+
+void INPLIN(Run& run) {
+    BranchBlock block(run);
+    const bool list = run.opt["FLIV"_opt];
+    const Block<BranchCard> description = {
+        .routine = "INPLIN",
+        .fields = DLIN,
+        .operation = {8, "AEM", 110, 270},
+        .format_error = 590,
+        .end_error = 600,
+        .locate = [&](Run&, BranchEdit& e) { block.locate(e); },
+        .stored = [&](Run&, const BranchEdit& e) { return block.stored(e); },
+        .check = [&](Run&, BranchEdit& e) { block.check(e); },
+        .apply = [&](Run&, BranchEdit& e) { block.apply(e); },
+        .finish = [&](Run&) { block.finish(); },
+        .free_list = list,
+        .commas_from = list ? 0 : 1,
+    };
+    read_block(run, description);
+}
+
+}  // namespace korvane
