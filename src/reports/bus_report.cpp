@@ -15,7 +15,7 @@ BusRow bus_row(const Store& s, const BusElements& elements, int k, double base) 
     BusRow r{};
     r.number = s.bus.NOINT(k);
     r.name = s.bus.BNAME(k);
-    r.type = card_type(s.bus.NTYPE(k));
+    r.type = IBTYP(s.bus.NTYPE(k));
     r.in_service = s.bus.STBUS(k);
     r.base_kv = group ? s.gbt.BASET(group) : 0.0;
     r.v = v;
@@ -73,18 +73,12 @@ std::string_view state_text(const Run& run, const BusRow& r) {
     return run.fmt.rot(r.in_service ? IN_SERVICE : OUT_OF_SERVICE).text();
 }
 
-/// The base voltage rounded to whole kV, five columns.
+/// The base voltage rounded to whole kV, five columns; blank without a group.
 struct BaseText {
     char at[5];
     explicit BaseText(double kv) {
-        if (kv > 0.0)
-            put_fixed(at, 5, 0, std::round(kv));
-        else
-            std::memset(at, ' ', sizeof at);
-        if (at[4] == '.') {  // a whole number shows no point
-            std::memmove(at + 1, at, 4);
-            at[0] = ' ';
-        }
+        std::memset(at, ' ', sizeof at);
+        if (kv > 0.0) put_integer(at, 5, std::llround(std::min(kv, 1e6)));
     }
     std::string_view view() const { return {at, sizeof at}; }
 };

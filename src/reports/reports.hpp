@@ -76,4 +76,9 @@ void SELBUS(Run& run);  ///< The same for the buses named on selection lines.
 void OUTBML(Run& run);  ///< RBAR after a linear solution: angles and active power.
 void SELBML(Run& run);  ///< The same for the buses named on selection lines.
 
+// --- settings
+
+void OUTOPT(Run& run);  ///< ROPC: the options that are on by default.
+void OUTCTE(Run& run);  ///< RCTE, and DCTE with IMPR: the constants, in the units of their cards.
+
 }  // namespace korvane
