@@ -43,12 +43,6 @@ inline int phase_row(const Store& s, int l) {
 /// the tap.
 void change_tap(Run& run, int n, double t1);
 
-/// Power that the load of a bus takes at its present voltage, pu.
-struct Power {
-    double p, q;
-};
-Power bus_load(const Store& s, int k);
-
 // --- islands
 
 /// Takes the islands without a slack out of service and notes their buses for OUTDBC. The store is compacted.
