@@ -29,15 +29,6 @@ std::unique_ptr<OutputFile>& lines_of(Units& u, int role) {
 bool holds_records(int role) { return role == role::cases || role == role::model || role == role::flow; }
 bool holds_lines(int role) { return role == role::log_copy || role == role::print || role == role::cards; }
 
-/// Two units on one file would spoil it: what a role writes may not be open anywhere else, the running deck included.
-bool in_use(const Units& u, int role, const std::string& path) {
-    const auto is = [&](const auto& file) { return file && same_file(file->path(), path); };
-    const auto read = [&](const auto& source) { return source && same_file(source->name(), path); };
-    const bool written = is(u.log_copy) || is(u.print) || is(u.cards) || is(u.log) || is(u.cases) || is(u.model) ||
-                         is(u.flow);
-    return written || (role != role::input && (read(u.stream) || read(u.nested)));
-}
-
 Assigned open_stream(Units& u, const std::string& path) {
     auto source = std::make_unique<TextSource>();
     if (!source->open(path)) return Assigned::cannot_open;
@@ -53,7 +44,7 @@ Assigned open_records(Units& u, int role, const std::string& path, bool exists) 
     auto file = std::make_unique<RecordFile>(path, length, mode);
     if (!file->good()) return exists ? Assigned::cannot_open : Assigned::cannot_create;
     records_of(u, role) = std::move(file);
-    u.LUN[role] = role;
+    u.LUN[std::size_t(role)] = role;
     return Assigned::yes;
 }
 
@@ -64,7 +55,7 @@ Assigned open_lines(Units& u, int role, const std::string& path, bool exists, Op
     auto file = std::make_unique<OutputFile>(path, mode);
     if (!file->good()) return exists ? Assigned::cannot_open : Assigned::cannot_create;
     lines_of(u, role) = std::move(file);
-    u.LUN[role] = role;
+    u.LUN[std::size_t(role)] = role;
     return Assigned::yes;
 }
 
@@ -97,14 +88,31 @@ void release(Run& run, int role) {
         file.reset();
         if (role == role::print && u.LUREP == role::print) u.LUREP = unit::console_out;
     }
-    u.LUN[role] = fallback_of(role);
-    u.name[role] = u.LUN[role] == unit::null ? NULL_NAME : CONSOLE_NAME;
+    u.LUN[std::size_t(role)] = fallback_of(role);
+    u.name[std::size_t(role)] = u.LUN[std::size_t(role)] == unit::null ? NULL_NAME : CONSOLE_NAME;
+}
+
+bool written_already(const Units& u, const std::string& path) {
+    const auto is = [&](const auto& file) { return file && same_file(file->path(), path); };
+    return is(u.log_copy) || is(u.print) || is(u.cards) || is(u.log) || is(u.cases) || is(u.model) || is(u.flow);
+}
+
+/// Two units on one file would spoil it: what a role writes may not be open anywhere else, the running deck included.
+static bool in_use(const Units& u, int role, const std::string& path) {
+    const auto reads = [&](const auto& source) { return source && same_file(source->name(), path); };
+    return written_already(u, path) || (role != role::input && (reads(u.stream) || reads(u.nested)));
+}
+
+void assign_null(Run& run, int role) {
+    release(run, role);
+    run.units.LUN[std::size_t(role)] = unit::null;
+    run.units.name[std::size_t(role)] = NULL_NAME;
 }
 
 void assign_console(Run& run, int role) {
     release(run, role);
-    run.units.LUN[role] = unit::console_out;
-    run.units.name[role] = CONSOLE_NAME;
+    run.units.LUN[std::size_t(role)] = unit::console_out;
+    run.units.name[std::size_t(role)] = CONSOLE_NAME;
 }
 
 Assigned assign_file(Run& run, int role, const std::string& name, Opening opening) {
@@ -114,7 +122,8 @@ Assigned assign_file(Run& run, int role, const std::string& name, Opening openin
     // A file that will be overwritten is the one that was named, never one whose name differs in case.
     const bool overwritten = role == role::print || role == role::cards;
     const std::string named = new_file(name);
-    const auto existing = overwritten ? (file_exists(named) ? std::optional(named) : std::nullopt) : existing_file(name);
+    const auto existing =
+        overwritten ? (file_exists(named) ? std::optional(named) : std::nullopt) : existing_file(name);
     const bool must_exist = role == role::input || (opening == Opening::at_start && holds_records(role));
     if (!existing && must_exist) return Assigned::cannot_open;
     const std::string& path = existing ? *existing : named;
@@ -127,7 +136,7 @@ Assigned assign_file(Run& run, int role, const std::string& name, Opening openin
         result = open_records(u, role, path, existing.has_value());
     else
         result = open_lines(u, role, path, existing.has_value(), opening);
-    if (result == Assigned::yes) u.name[role] = path;
+    if (result == Assigned::yes) u.name[std::size_t(role)] = path;
     return result;
 }
 

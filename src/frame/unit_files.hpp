@@ -35,8 +35,14 @@ Assigned assign_file(Run& run, int role, const std::string& name, Opening openin
 /// Puts the console behind a role that writes lines.
 void assign_console(Run& run, int role);
 
+/// Puts the null device behind a role that writes lines.
+void assign_null(Run& run, int role);
+
 /// Closes what stands behind a role that is not input: the role goes to its fallback.
 void release(Run& run, int role);
+
+/// Whether the path leads to a file that some unit writes.
+bool written_already(const Units& u, const std::string& path);
 
 /// A line to the log.
 void write_log(Run& run, std::string_view line);

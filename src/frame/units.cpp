@@ -132,6 +132,42 @@ bool close_stream(Run& run) {
     return was_stream;
 }
 
+// --- to disk
+
+/// Writes out what waits for a role; false when that fails.
+static bool commit(Units& u, int r) {
+    switch (r) {
+        case role::cases: return !u.cases || u.cases->commit();
+        case role::model: return !u.model || u.model->commit();
+        case role::flow: return !u.flow || u.flow->commit();
+        case role::log_copy: return !u.log_copy || u.log_copy->commit();
+        case role::print: return !u.print || u.print->commit();
+        case role::cards: return !u.cards || u.cards->commit();
+        default: return true;
+    }
+}
+
+void CONNUL(Run& run) {
+    bool failed = false;
+    for (int r = role::cases; r <= role::model; ++r)
+        if (!commit(run.units, r)) {
+            MSGPUT(run, "CONNUL", 100, r, element::unit);
+            failed = true;
+        }
+    if (run.units.log) run.units.log->flush();
+    run.os.flush_console();
+    if (!failed) return;
+    run.units.output_lost = true;
+    MSGOUT(run);
+}
+
+bool flush_units(Run& run) {
+    Units& u = run.units;
+    bool good = !u.output_lost && (!u.log || u.log->commit());
+    for (int r = role::cases; r <= role::flow; ++r) good &= commit(u, r);
+    return run.os.flush_console() && good;
+}
+
 // --- start-up
 
 /// What the environment names for a role, blank when it names nothing.
@@ -141,10 +177,10 @@ static std::string from_environment(Run& run, const char* variable) {
 
 void open_units(Run& run) {
     Units& u = run.units;
-    u.LUN = {0, unit::console_in, unit::null, unit::null, unit::console_out, unit::console_in, unit::console_out,
-             unit::null, unit::null, unit::null};
-    for (int r = role::input; r <= role::flow; ++r)
-        u.name[r] = u.LUN[r] == unit::null ? NULL_NAME : CONSOLE_NAME;
+    u.LUN = {
+        0,          unit::console_in, unit::null, unit::null, unit::console_out, unit::console_in, unit::console_out,
+        unit::null, unit::null,       unit::null};
+    for (int r = role::input; r <= role::flow; ++r) u.name[r] = u.LUN[r] == unit::null ? NULL_NAME : CONSOLE_NAME;
     u.LUREP = unit::console_out;
     u.CONINP = true;
 
@@ -154,12 +190,9 @@ void open_units(Run& run) {
         std::initializer_list<const char*> otherwise;  // tried when the environment leads to no file
     };
     const Start starts[] = {
-        {role::input, "KVN$DADOS", {}},
-        {role::cases, "KVN$SAVCA", {"SAVECASE.SAV", "SAVECASE.DAT"}},
-        {role::log_copy, "KVN$TEMPO", {}},
-        {role::print, "KVN$PRINT", {}},
-        {role::cards, "KVN$PUNCH", {}},
-        {role::model, "KVN$PWMOD", {"POWERMOD.DAT"}},
+        {role::input, "KVN$DADOS", {}},    {role::cases, "KVN$SAVCA", {"SAVECASE.SAV", "SAVECASE.DAT"}},
+        {role::log_copy, "KVN$TEMPO", {}}, {role::print, "KVN$PRINT", {}},
+        {role::cards, "KVN$PUNCH", {}},    {role::model, "KVN$PWMOD", {"POWERMOD.DAT"}},
         {role::flow, "KVN$FWINT", {}},
     };
     const auto open = [&](const Start& s, const std::string& name) {

@@ -53,6 +53,12 @@ struct BusTables {
 };
 static_assert(lists_every_table<BusTables>());
 
+/// Card type from NTYPE, -3 to 4; minus: the limit check has turned the bus.
+constexpr int IBTYP(int ntype) {
+    constexpr int of[] = {-2, -1, 3, 0, -3, 1, 2, 4};
+    return of[ntype + 3];
+}
+
 struct AreaTables {
     static constexpr Family family = Family::area;
     int NAREA;                // areas in use

@@ -10,23 +10,17 @@ namespace korvane {
 constexpr int MXAREA_NUMBER = 999;
 constexpr int MOLT_AREA = 99;  // where MOLT puts buses until a card tells their area
 
-/// Card type from NTYPE, -3 to 4; minus: the limit check has turned the bus.
-constexpr int IBTYP(int ntype) {
-    constexpr int of[] = {-2, -1, 3, 0, -3, 1, 2, 4};
-    return of[ntype + 3];
-}
-
 /// Work tables of one DBAR block. They answer in constant time what a card asks, and follow every card applied.
 struct BusBlock {
-    std::vector<double> set_point;          // voltage at which the bus is held, pu; by bus
-    std::vector<int> slack;                 // slack row; by bus
-    std::vector<int> compensator;           // compensator that stands at the bus; by bus
-    std::vector<int> injection;             // equivalent injection; by bus
-    std::vector<char> converter;            // a converter stands at the bus; by bus
-    std::vector<char> settled;              // MOLT: a card told the area; by bus
-    std::vector<int> former;                // number of a bus that the block removed; by bus
-    std::vector<std::uint8_t> base_group;   // row of a group by its two characters
-    std::vector<std::uint8_t> limit_group;  // the same
+    std::vector<double> set_point;                  // voltage at which the bus is held, pu; by bus
+    std::vector<int> slack;                         // slack row; by bus
+    std::vector<int> compensator;                   // compensator that stands at the bus; by bus
+    std::vector<int> injection;                     // equivalent injection; by bus
+    std::vector<char> converter;                    // a converter stands at the bus; by bus
+    std::vector<char> settled;                      // MOLT: a card told the area; by bus
+    std::vector<int> former;                        // number of a bus that the block removed; by bus
+    std::vector<std::uint8_t> base_group;           // row of a group by its two characters
+    std::vector<std::uint8_t> limit_group;          // the same
     std::array<int, MXAREA_NUMBER + 1> area_row{};  // by external number
     std::array<int, MXARE + 1> buses_in{};          // by area row
     int buses_before = 0;                           // buses in use when the block began

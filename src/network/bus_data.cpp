@@ -2,6 +2,7 @@
 #include "frame/card_block.hpp"
 #include "network/bus_block.hpp"
 #include "network/network.hpp"
+#include "network/set_points.hpp"
 
 namespace korvane {
 
@@ -14,14 +15,14 @@ struct BusCard {
     Text<2> base_group;
     Text<12> name;
     Text<2> limit_group;
-    double volt, angle;               // pu, rad
-    double pgen, qgen, qmin, qmax;    // pu; on type 3 qgen is the scheduled reactive generation
-    int control;                      // external number of the controlled bus
-    double pload, qload, shunt;       // pu
-    int area;                         // external number
-    double fvolt;                     // pu
+    double volt, angle;             // pu, rad
+    double pgen, qgen, qmin, qmax;  // pu; on type 3 qgen is the scheduled reactive generation
+    int control;                    // external number of the controlled bus
+    double pload, qload, shunt;     // pu
+    int area;                       // external number
+    double fvolt;                   // pu
     int midpoint;
-    Parts aggregator;                 // identifiers
+    Parts aggregator;  // identifiers
 };
 
 constexpr Field<BusCard> DBAR[] = {
@@ -393,9 +394,17 @@ void gather_areas(Store& s) {
 }  // namespace
 
 BusBlock::BusBlock(Run& run)
-    : set_point(MXBUS + 1), slack(MXBUS + 1), compensator(MXBUS + 1), injection(MXBUS + 1), converter(MXBUS + 1),
-      settled(MXBUS + 1), former(MXBUS + 1), base_group(1 << 16), limit_group(1 << 16) {
+    : set_point(set_points(run.store)),
+      slack(MXBUS + 1),
+      compensator(MXBUS + 1),
+      injection(MXBUS + 1),
+      converter(MXBUS + 1),
+      settled(MXBUS + 1),
+      former(MXBUS + 1),
+      base_group(1 << 16),
+      limit_group(1 << 16) {
     Store& s = run.store;
+    set_point.resize(MXBUS + 1);
     buses_before = s.bus.NB;
     rebuild_areas = run.opt["MOLT"_opt];
     if (rebuild_areas) gather_areas(s);
@@ -410,25 +419,9 @@ BusBlock::BusBlock(Run& run)
     for (int n : rows(s.area.NAREA)) area_row[std::size_t(s.area.NAINT(n))] = n;
     if (rebuild_areas && s.area.NAREA) area_row[MOLT_AREA] = 0;  // a card that names 99 means an area of its own
 
-    for (int k : rows(s.bus.NB)) {
-        ++buses_in[std::size_t(s.bus.IAREA(k))];
-        set_point[std::size_t(k)] = s.bus.VOLT(k);
-    }
-    for (int t : rows(s.tap.NTAP)) {
-        const int type = s.branch.LTYPE(s.tap.NOTAP(t));
-        if (s.tap.KBUS(t) != 0 && (type == 3 || type == 4))
-            set_point[std::size_t(std::abs(s.tap.KBUS(t).at))] = s.tap.VBUS(t);
-    }
-    for (int g : rows(s.gen.NG)) {
-        const int k = s.gen.NOGEN(g);
-        if (std::abs(s.bus.NTYPE(k)) >= 2) set_point[std::size_t(k)] = s.gen.VGEN(g);
-    }
+    for (int k : rows(s.bus.NB)) ++buses_in[std::size_t(s.bus.IAREA(k))];
     // From here to the end card the list holds external numbers: a controlled bus may go and come in the block.
-    for (int r : rows(s.rcb.NRCB)) {
-        const int controlled = s.rcb.IRCB(r);
-        set_point[std::size_t(controlled)] = s.rcb.VRCB(r);
-        s.rcb.IRCB(r) = s.bus.NOINT(controlled);
-    }
+    for (int r : rows(s.rcb.NRCB)) s.rcb.IRCB(r) = s.bus.NOINT(s.rcb.IRCB(r));
 }
 
 void INPBUS(Run& run) {

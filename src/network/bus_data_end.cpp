@@ -86,7 +86,8 @@ void return_controls(Run& run) {
 // Steps 5 to 7: slacks, remote controls and taps take their rows and set points.
 void settle_controls(Run& run, const BusBlock& block) {
     Store& s = run.store;
-    close_up(s, s.slk, [&](int r) { return s.slk.NGSLK(r) != 0 && std::abs(s.bus.NTYPE(s.gen.NOGEN(s.slk.NGSLK(r)))) == 3; });
+    close_up(s, s.slk,
+             [&](int r) { return s.slk.NGSLK(r) != 0 && std::abs(s.bus.NTYPE(s.gen.NOGEN(s.slk.NGSLK(r)))) == 3; });
 
     auto set_point = [&](int k) { return block.set_point[std::size_t(k)]; };
     std::vector<char> controls(MXBUS + 1);
@@ -105,8 +106,7 @@ void settle_controls(Run& run, const BusBlock& block) {
         controls[std::size_t(own)] = true;
         return true;
     });
-    for (int r : rows(s.rcb.NRCB))
-        refuse(run, controls[std::size_t(s.rcb.IRCB(r))], 340, s.rcb.IRCB(r), element::bus);
+    for (int r : rows(s.rcb.NRCB)) refuse(run, controls[std::size_t(s.rcb.IRCB(r))], 340, s.rcb.IRCB(r), element::bus);
 
     for (int t : rows(s.tap.NTAP)) {
         const int type = s.branch.LTYPE(s.tap.NOTAP(t)), k = std::abs(s.tap.KBUS(t).at);

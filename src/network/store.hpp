@@ -221,6 +221,24 @@ void remap(Store& s, const RowMap& moved) {
     });
 }
 
+/// Whether any table of the store refers to rows of family F.
+template <Family F>
+constexpr bool referenced() {
+    bool found = false;
+    auto look = [&](auto* family) {
+        std::apply(
+            [&](const auto&... c) {
+                ((found = found || std::is_same_v<typename std::remove_cvref_t<decltype(c)>::value_type, Ref<F>>), ...);
+            },
+            std::remove_pointer_t<decltype(family)>::columns());
+    };
+    using Families = decltype(std::declval<Store&>().families());
+    [&]<class... T>(std::type_identity<std::tuple<T&...>>) {
+        (look(static_cast<T*>(nullptr)), ...);
+    }(std::type_identity<Families>{});
+    return found;
+}
+
 /// Work space of one int for every row that a map of old to new rows may need.
 std::span<int> row_scratch(Store& s);
 
@@ -228,6 +246,7 @@ std::span<int> row_scratch(Store& s);
 /// references to dropped rows become 0. Returns the number of rows dropped.
 template <class Tables, class Keep>
 int close_up(Store& s, Tables& t, Keep keep) {
+    assert((!s.cmp.compacted || s.cmp.of(Tables::family).off == 0) && "rows out of service would be left behind");
     int* const to = row_scratch(s).data();
     const int before = t.count();
     int n = 0;
@@ -241,15 +260,19 @@ int close_up(Store& s, Tables& t, Keep keep) {
 }
 
 /// add_row that also works while the store is compacted: the first row out of service makes room.
+/// For lists and devices: solvers keep fictitious rows of their own behind buses and branches.
 template <class Tables>
 int add_live_row(Store& s, Tables& t) {
+    static_assert(Tables::family != Family::bus && Tables::family != Family::branch);
     const int total = rows_taken(s, t), i = t.count() + 1;
     if (total >= i) {
         each_table(t, [=](const auto&, auto& table) { table(total + 1) = table(i); });
-        int* const to = row_scratch(s).data();
-        for (int k = 0; k <= total; ++k) to[k] = k;
-        to[i] = total + 1;
-        remap<Tables::family>(s, RowMap(to));
+        if constexpr (referenced<Tables::family>()) {
+            int* const to = row_scratch(s).data();
+            for (int k = 0; k <= total; ++k) to[k] = k;
+            to[i] = total + 1;
+            remap<Tables::family>(s, RowMap(to));
+        }
     }
     return add_row(t);
 }
@@ -327,6 +350,8 @@ void STOON(Run& run);
 /// its own bus, with CTAP such a tap goes to ITAPF; STOON puts both back. One report line each, unless the report
 /// unit is the null device. Messages 100, 110: the list of generators, of taps is full.
 void CTROFF(Run& run);
+/// Puts back what CTROFF changed. STOON calls it once the counts see all rows.
+void undo_CTROFF(Store& s);
 
 /// Base power, external numbers and limits of a bus as the reader knows them are in MW and degrees; the store holds
 /// per unit and radians.

@@ -11,8 +11,8 @@ namespace korvane {
 
 namespace {
 
-constexpr std::size_t BUFFER = 1 << 18;       // bytes of a text file held back before they are written
-constexpr std::size_t LARGEST = 1ull << 31;   // bytes of a file that is read whole
+constexpr std::size_t BUFFER = 1 << 18;      // bytes of a text file held back before they are written
+constexpr std::size_t LARGEST = 1ull << 31;  // bytes of a file that is read whole
 constexpr std::size_t PIPE_BLOCK = 1 << 16;
 
 bool has_nul(std::string_view path) { return path.find('\0') != std::string_view::npos; }
@@ -97,7 +97,8 @@ std::optional<std::string> read_file(const std::string& path) {
 
 // --- text files being written
 
-OutputFile::OutputFile(const std::string& path, Mode mode) : path_(path), drop_first_(mode == Mode::overwrite_from_start) {
+OutputFile::OutputFile(const std::string& path, Mode mode)
+    : path_(path), drop_first_(mode == Mode::overwrite_from_start) {
     if (has_nul(path)) return;
     const int how = mode == Mode::create ? O_TRUNC : mode == Mode::append ? O_APPEND : 0;
     descriptor_ = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | how, 0666);
@@ -156,6 +157,9 @@ RecordFile::~RecordFile() {
     if (descriptor_ >= 0) close(descriptor_);
 }
 
-bool RecordFile::commit() { return good() && (!writable_ || fdatasync(descriptor_) == 0); }
+bool RecordFile::commit() {
+    if (unsaved_ && fdatasync(descriptor_) == 0) unsaved_ = false;
+    return good() && !unsaved_;
+}
 
 }  // namespace korvane

@@ -69,13 +69,15 @@ public:
     const std::string& path() const { return path_; }
     int record_length() const { return record_length_; }
     int descriptor() const { return descriptor_; }
+    /// To be called after a write through the descriptor.
+    void wrote() { unsaved_ = true; }
     /// Waits until what was written has reached the disk; false on failure.
     bool commit();
 
 private:
     std::string path_;
     int record_length_, descriptor_ = -1;
-    bool writable_ = false;
+    bool writable_ = false, unsaved_ = false;
 };
 
 }  // namespace korvane

@@ -14,8 +14,9 @@ void PWFSOL(Run& run);
 /// store.ilh.
 int find_islands(Run& run);
 
-/// PWFREF: every island must hold a slack. Messages 110, 120, 130.
-void PWFREF(Run& run);
+/// PWFREF: every island must hold a slack; with ASLK one is chosen from the list of alternatives. Messages 110, 120,
+/// 130; false after any of them.
+bool PWFREF(Run& run);
 
 /// Ordering, factors and right-hand sides in zeroed memory.
 struct FreeMatrices {
@@ -23,6 +24,12 @@ struct FreeMatrices {
 };
 using MatricesPtr = std::unique_ptr<Matrices, FreeMatrices>;
 MatricesPtr make_matrices();
+
+/// Load of bus k at its present voltage, individual loads with it, pu.
+struct Power {
+    double p, q;
+};
+Power bus_load(const Store& s, int k);
 
 /// Power that enters branch l at its from and at its to end at the present voltages, pu.
 struct BranchFlow {

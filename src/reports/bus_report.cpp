@@ -15,7 +15,7 @@ BusRow bus_row(const Store& s, const BusElements& elements, int k, double base) 
     BusRow r{};
     r.number = s.bus.NOINT(k);
     r.name = s.bus.BNAME(k);
-    r.type = card_type(s.bus.NTYPE(k));
+    r.type = IBTYP(s.bus.NTYPE(k));
     r.in_service = s.bus.STBUS(k);
     r.base_kv = group ? s.gbt.BASET(group) : 0.0;
     r.v = v;
@@ -73,18 +73,12 @@ std::string_view state_text(const Run& run, const BusRow& r) {
     return run.fmt.rot(r.in_service ? IN_SERVICE : OUT_OF_SERVICE).text();
 }
 
-/// The base voltage rounded to whole kV, five columns.
+/// The base voltage rounded to whole kV, five columns; blank without a group.
 struct BaseText {
     char at[5];
     explicit BaseText(double kv) {
-        if (kv > 0.0)
-            put_fixed(at, 5, 0, std::round(kv));
-        else
-            std::memset(at, ' ', sizeof at);
-        if (at[4] == '.') {  // a whole number shows no point
-            std::memmove(at + 1, at, 4);
-            at[0] = ' ';
-        }
+        std::memset(at, ' ', sizeof at);
+        if (kv > 0.0) put_integer(at, 5, std::llround(std::min(kv, 1e6)));
     }
     std::string_view view() const { return {at, sizeof at}; }
 };
@@ -115,26 +109,28 @@ void print_narrow(Run& run, Page& page, const BusRow& r) {
     if (has_devices(r)) page.line(DEVICES80, tenths(r.compensator), tenths(r.line_shunts));
 }
 
-constexpr Form FULL{
-    "OUTBUS", HEADING80, HEADING132,
-    [](bool narrow, const BusRow& r) { return (narrow ? 2 : 1) + has_devices(r); },
-    [](Run& run, Page& page, bool narrow, const BusRow& r) {
-        narrow ? print_narrow(run, page, r) : print_wide(run, page, r);
-    }};
+constexpr Form FULL{"OUTBUS", HEADING80, HEADING132,
+                    [](bool narrow, const BusRow& r) { return (narrow ? 2 : 1) + has_devices(r); },
+                    [](Run& run, Page& page, bool narrow, const BusRow& r) {
+                        narrow ? print_narrow(run, page, r) : print_wide(run, page, r);
+                    }};
 
 /// After a linear solution: voltages are 1 and reactive power has no meaning, so one narrow row serves both widths.
-constexpr Form LINEAR{
-    "OUTBML", HEADING80, HEADING80, [](bool, const BusRow&) { return 1; },
-    [](Run& run, Page& page, bool, const BusRow& r) {
-        page.line(ROW80, r.number, r.name, r.type, hundredths(r.angle), tenths(r.p_gen), tenths(r.p_equivalent),
-                  tenths(r.p_load), tenths(r.p_link), tenths(r.p_motor), state_text(run, r));
-    }};
+constexpr Form LINEAR{"OUTBML", HEADING80, HEADING80, [](bool, const BusRow&) { return 1; },
+                      [](Run& run, Page& page, bool, const BusRow& r) {
+                          page.line(ROW80, r.number, r.name, r.type, hundredths(r.angle), tenths(r.p_gen),
+                                    tenths(r.p_equivalent), tenths(r.p_load), tenths(r.p_link), tenths(r.p_motor),
+                                    state_text(run, r));
+                      }};
 
 /// Prints buses, with a heading on each page.
 class BusPrinter {
 public:
     BusPrinter(Run& run, const Form& form)
-        : run_(run), form_(form), page_((open_report(run, form.block), run)), narrow_(run.opt["80CO"_opt]),
+        : run_(run),
+          form_(form),
+          page_((open_report(run, form.block), run)),
+          narrow_(run.opt["80CO"_opt]),
           elements_(run.store) {
         map_bus_rows(run.store);
     }

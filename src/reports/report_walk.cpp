@@ -1,4 +1,4 @@
-// The order in which reports go through the network.
+// What reports have in common: how they open, and the order in which they go through the network.
 #include "reports/report_walk.hpp"
 
 namespace korvane {
@@ -24,6 +24,14 @@ std::vector<int> by_island(const Islands& ilh, const std::vector<int>& buses) {
 }
 
 }  // namespace
+
+void open_report(Run& run, std::string_view routine) {
+    LDFORM(run, routine);
+    run.pag.PAUSOK = false;
+    run.pag.NEWPAG = true;
+    run.pag.NLINE = run.pag.LPP;
+    run.opt.set("IMPR"_opt);
+}
 
 std::vector<int> report_walk(const Run& run) {
     const Store& s = run.store;

@@ -1,0 +1,174 @@
+#include "app/export.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include "platform/host.hpp"
+#include "powerflow/powerflow.hpp"
+#include "reports/reports.hpp"
+
+namespace korvane {
+
+namespace {
+
+std::string_view trimmed(std::string_view s) {
+    const auto end = s.find_last_not_of(' ');
+    return end == std::string_view::npos ? std::string_view{} : s.substr(0, end + 1);
+}
+
+/// A table of comma-separated values being written, UTF-8, lines ending in LF.
+class Csv {
+public:
+    explicit Csv(std::string_view heading) { text_.append(heading).append("\n"); }
+
+    Csv& operator<<(int v) { return number(v); }
+    /// The shortest digits that read back as the same number.
+    Csv& operator<<(double v) { return number(v == 0.0 ? 0.0 : v); }
+    /// An empty field when there is no value.
+    Csv& operator<<(std::optional<double> v) {
+        if (v) return *this << *v;
+        separate();
+        return *this;
+    }
+    /// Latin-1 text, in quotes where it needs them.
+    Csv& operator<<(std::string_view latin1) {
+        separate();
+        const std::string s = utf8_from_latin1(latin1);
+        if (s.find_first_of(",\"\r\n") == std::string::npos) {
+            text_ += s;
+            return *this;
+        }
+        text_ += '"';
+        for (char c : s) text_.append(c == '"' ? 2 : 1, c);
+        text_ += '"';
+        return *this;
+    }
+    void end_row() {
+        text_ += '\n';
+        first_ = true;
+    }
+    std::string take() { return std::move(text_); }
+
+private:
+    void separate() {
+        if (!first_) text_ += ',';
+        first_ = false;
+    }
+    template <class T>
+    Csv& number(T v) {
+        separate();
+        char digits[32];
+        text_.append(digits, std::to_chars(digits, digits + sizeof digits, v).ptr);
+        return *this;
+    }
+    std::string text_;
+    bool first_ = true;
+};
+
+/// Tap and phase row of each branch, 0 for none, straight from the rows that name it: a run that stopped inside a
+/// block has no address lists.
+struct BranchRows {
+    std::vector<int> tap, phase;
+    explicit BranchRows(const Store& s) : tap(std::size_t(s.branch.NL) + 1), phase(tap.size()) {
+        for (int t : rows(s.tap.NTAP)) tap[std::size_t(s.tap.NOTAP(t))] = t;
+        for (int p : rows(s.phs.NPHS))
+            if (const int t = s.phs.NOPHS(p); t != 0) phase[std::size_t(s.tap.NOTAP(t))] = p;
+    }
+};
+
+/// The greater apparent power of the two ends in per cent of the normal rating; nothing without one.
+std::optional<double> loading(const BranchFlow& f, double rating, double base) {
+    if (rating >= NO_RATING || rating <= 0.0) return std::nullopt;
+    return 100.0 * std::max(std::hypot(f.pf, f.qf), std::hypot(f.pt, f.qt)) * base / rating;
+}
+
+nlohmann::ordered_json counts(const Store& s) {
+    return {{"buses", s.bus.NB},         {"branches", s.branch.NL},       {"generators", s.gen.NG},
+            {"areas", s.area.NAREA},     {"base_groups", s.gbt.NGBT},     {"limit_groups", s.glt.NGLT},
+            {"slacks", s.slk.NSLK},      {"remote_controls", s.rcb.NRCB}, {"shunts", s.sht.NSHT},
+            {"taps", s.tap.NTAP},        {"phase_shifters", s.phs.NPHS},  {"line_shunts", s.shl.NSHL},
+            {"load_models", s.fld.NFLD}, {"injections", s.eqv.NEQV}};
+}
+
+}  // namespace
+
+std::string run_json(const Run& run, int status) {
+    using Json = nlohmann::ordered_json;
+    const Solution& sol = run.store.sol;
+    Json codes = Json::array();
+    for (const CodeRun& c : run.ctl.log)
+        codes.push_back({{"code", utf8_from_latin1(trimmed(c.code))}, {"refused", c.refused}});
+    Json messages = Json::array();
+    for (const PrintedMessage& m : run.msg.printed)
+        messages.push_back({{"routine", utf8_from_latin1(trimmed(m.routine))},
+                            {"number", m.number},
+                            {"element", m.element},
+                            {"type", m.type},
+                            {"identification", utf8_from_latin1(trimmed(m.identification))},
+                            {"text", utf8_from_latin1(trimmed(m.text))}});
+    const Json all = {{"status", status},
+                      {"stop", run.ctl.stop_text},
+                      {"title", utf8_from_latin1(run.TITLE.trimmed())},
+                      {"convstat", sol.CONVSTAT},
+                      {"itsol", sol.ITSOL},
+                      {"iterations", sol.NITP},
+                      {"dpmax_mw", sol.DPMAX * run.cte.BASE},
+                      {"dpmax_bus", sol.NODEP},
+                      {"dqmax_mvar", sol.DQMAX * run.cte.BASE},
+                      {"dqmax_bus", sol.NODEQ},
+                      {"counts", counts(run.store)},
+                      {"codes", std::move(codes)},
+                      {"messages", std::move(messages)}};
+    return all.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string buses_csv(Run& run) {
+    Store& s = run.store;
+    const double base = run.cte.BASE;
+    const BusElements elements(s);
+    map_bus_rows(s);
+    Csv csv(
+        "number,name,type,in_service,area,base_kv,v_pu,angle_deg,p_gen_mw,q_gen_mvar,q_min_mvar,q_max_mvar,"
+        "p_load_mw,q_load_mvar,shunt_mvar");
+    for (int k : rows(s.bus.NB)) {
+        if (s.bus.NOINT(k) == 0) continue;  // removed in a block that did not come to its end
+        const BusRow r = bus_row(s, elements, k, base);
+        const int g = s.map.NGADR(k), area = s.bus.IAREA(k);
+        csv << r.number << trimmed(r.name) << std::abs(r.type) << int(r.in_service) << (area ? s.area.NAINT(area) : 0)
+            << r.base_kv << r.v << r.angle << r.p_gen << r.q_gen << (g ? s.gen.QMIN(g) * base : 0.0)
+            << (g ? s.gen.QMAX(g) * base : 0.0) << r.p_load << r.q_load << r.shunt;
+        csv.end_row();
+    }
+    return csv.take();
+}
+
+std::string branches_csv(Run& run) {
+    const Store& s = run.store;
+    const BranchTables& b = s.branch;
+    const double base = run.cte.BASE;
+    const BranchRows of(s);
+    Csv csv("from,to,circuit,type,in_service,p_from_mw,q_from_mvar,p_to_mw,q_to_mvar,loading_percent,tap,phase_deg");
+    for (int l : rows(b.NL)) {
+        const int from = b.NFROM(l), to = b.NTO(l);
+        if (from == 0 || to == 0) continue;  // removed in a block that did not come to its end
+        const BranchFlow f = branch_flow(s, l);
+        const int t = of.tap[std::size_t(l)], p = of.phase[std::size_t(l)];
+        csv << s.bus.NOINT(from) << s.bus.NOINT(to) << b.NCIR(l) << b.LTYPE(l) << int(b.STLIN(l)) << f.pf * base
+            << f.qf * base << f.pt * base << f.qt * base << loading(f, b.CAPAC(l), base)
+            << (t ? std::optional(1.0 / s.tap.TAP(t)) : std::nullopt) << (p ? s.phs.PHS(p) * DEGREES : 0.0);
+        csv.end_row();
+    }
+    return csv.take();
+}
+
+std::optional<std::string> export_run(Run& run, const std::string& folder, int status) {
+    // A stop inside a solve leaves the store without what is out of service.
+    if (run.store.cmp.compacted) STOON(run);
+    if (!make_folder(folder)) return folder;
+    const std::pair<const char*, std::string> files[] = {
+        {"/buses.csv", buses_csv(run)}, {"/branches.csv", branches_csv(run)}, {"/run.json", run_json(run, status)}};
+    for (const auto& [name, text] : files)
+        if (!write_whole_file(folder + name, text)) return folder + name;
+    return std::nullopt;
+}
+
+}  // namespace korvane

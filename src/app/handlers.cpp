@@ -1,0 +1,107 @@
+#include "app/handlers.hpp"
+
+#include "network/network.hpp"
+#include "network/store.hpp"
+#include "platform/files.hpp"
+#include "powerflow/powerflow.hpp"
+#include "reports/reports.hpp"
+
+namespace korvane {
+
+namespace {
+
+using Report = void (*)(Run&);
+
+/// Monitoring after a solution, in this order; each looks at its own options.
+constexpr std::array<Report, 0> MONITORING{};
+
+void monitoring_reports(Run& run) {
+    for (const Report report : MONITORING) report(run);
+}
+
+/// %SBC: every rating that is one takes the factor.
+void scale_ratings(Run& run, double factor) {
+    BranchTables& b = run.store.branch;
+    const bool emergency = run.opt["EMRG"_opt];
+    auto& rating = emergency ? b.CAPAE : b.CAPAC;
+    auto& whole = emergency ? b.KAPAE : b.KAPAC;
+    for (int l : rows(b.NL)) {
+        if (rating(l) == NO_RATING || rating(l) >= INFINITE_RATING) continue;
+        rating(l) = std::min(rating(l) * factor, INFINITE_RATING);
+        whole(l) = int(std::min(rating(l), 1e9) + 0.5);
+    }
+}
+
+/// A controllable series device that does not hold its reactance needs the full Newton solution.
+void newton_for_series_devices(Run& run) {
+    const SeriesDeviceTables& devices = run.store.csc;
+    bool controls = false;
+    for (int i : rows(devices.NCSC)) controls |= devices.KONCSC(i) != 3;
+    if (!run.ctl.KNTRL[37] || !controls) return;
+    run.opt.set("NEWT"_opt);
+    run.opt.set("RCVG"_opt);
+    run.opt.clear("LFDC"_opt);
+}
+
+template <class T>
+T bytes_as(const char* p) {
+    T v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+
+}  // namespace
+
+void constants_block(Run& run) {
+    const ConstantsRead read = INPCTE(run);
+    if (read.ratings) scale_ratings(run, read.rating_factor);
+    if (read.jumpers) JUMPER(run);
+    if (run.opt["IMPR"_opt]) OUTCTE(run);
+}
+
+void solve_power_flow(Run& run) {
+    newton_for_series_devices(run);
+    run.msg.NERR = 0;
+    PWFSOL(run);
+    MSGOUT(run);
+    const bool solved = run.msg.NERR == 0;
+    run.ctl.KNTRL[16] = solved;
+    if (solved) {
+        monitoring_reports(run);
+        const bool by_island = run.opt["ILHA"_opt];
+        run.opt.clear("ILHA"_opt);
+        report_dispatch(run);
+        run.opt.set("ILHA"_opt, by_island);
+    }
+    run.ctl.KNTRL[18] = run.ctl.KNTRL[19] = false;
+}
+
+void print_reports(Run& run) {
+    report_dispatch(run);
+    monitoring_reports(run);
+}
+
+void run_services(Run& run) {
+    if (run.opt["JUMP"_opt]) JUMPER(run);
+}
+
+void read_voltages(Run& run) {
+    run.msg.NERR = 0;
+    Store& s = run.store;
+    const auto path = existing_file(std::string(VOLTAGE_FILE));
+    const auto bytes = path ? read_file(*path) : std::nullopt;
+    if (!bytes) return;
+    map_bus_rows(s);
+    const std::size_t count = std::min<std::size_t>(bytes->size() / VOLTAGE_RECORD, MXGEN);
+    for (std::size_t i = 0; i < count; ++i) {
+        const char* const record = bytes->data() + i * VOLTAGE_RECORD;
+        const int k = bus_of(s, bytes_as<std::int32_t>(record));
+        const double voltage = bytes_as<double>(record + 4), angle = bytes_as<double>(record + 12);
+        if (k == 0 || !std::isfinite(voltage) || !std::isfinite(angle)) continue;
+        s.bus.VOLT(k) = voltage;
+        s.bus.ANGLE(k) = angle;
+        if (const int j = s.map.NGADR(k)) s.gen.VGEN(j) = voltage;
+    }
+}
+
+}  // namespace korvane
