@@ -10,12 +10,6 @@ namespace korvane {
 constexpr int MXAREA_NUMBER = 999;
 constexpr int MOLT_AREA = 99;  // where MOLT puts buses until a card tells their area
 
-/// Card type from NTYPE, -3 to 4; minus: the limit check has turned the bus.
-constexpr int IBTYP(int ntype) {
-    constexpr int of[] = {-2, -1, 3, 0, -3, 1, 2, 4};
-    return of[ntype + 3];
-}
-
 /// Work tables of one DBAR block. They answer in constant time what a card asks, and follow every card applied.
 struct BusBlock {
     std::vector<double> set_point;                  // voltage at which the bus is held, pu; by bus
