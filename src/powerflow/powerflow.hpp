@@ -14,8 +14,9 @@ void PWFSOL(Run& run);
 /// store.ilh.
 int find_islands(Run& run);
 
-/// PWFREF: every island must hold a slack. Messages 110, 120, 130.
-void PWFREF(Run& run);
+/// PWFREF: every island must hold a slack; with ASLK one is chosen from the list of alternatives. Messages 110, 120,
+/// 130; false after any of them.
+bool PWFREF(Run& run);
 
 /// Ordering, factors and right-hand sides in zeroed memory.
 struct FreeMatrices {

@@ -1,0 +1,156 @@
+// The driver of the power flow: prepares the network, runs the solver, puts the network back.
+#include <cmath>
+
+#include "powerflow/solver.hpp"
+
+namespace korvane {
+
+namespace {
+
+/// Options of EXLF that this build reads but cannot honour yet, each with the warning that says so.
+constexpr struct {
+    Option option;
+    int warning;
+} NOT_YET[] = {
+    {"LFDC"_opt, -950}, {"PART"_opt, -951}, {"FJAC"_opt, -952}, {"STPO"_opt, -953}, {"INDC"_opt, -954},
+    {"IANG"_opt, -955}, {"AARI"_opt, -956}, {"CILH"_opt, -957}, {"CINT"_opt, -958}, {"DPER"_opt, -959},
+    {"BPAR"_opt, -960}, {"BPSI"_opt, -961}, {"QLIM"_opt, -962}, {"VLIM"_opt, -963}, {"CREM"_opt, -964},
+    {"CTAP"_opt, -965}, {"CPHS"_opt, -966}, {"CSCA"_opt, -967}, {"CELO"_opt, -968}, {"FREQ"_opt, -969},
+    {"CPRI"_opt, -970}, {"TABE"_opt, -971}, {"PLTG"_opt, -972}, {"EJAC"_opt, -973}, {"CPER"_opt, -974},
+    {"PERD"_opt, -975},
+};
+
+void warn_of_options(Run& run) {
+    for (const auto& [option, warning] : NOT_YET)
+        if (run.opt[option]) MSGPUT(run, "PWFSOL", warning);
+}
+
+// Every island takes the voltage 1 and the angle of its slack; generators their set points.
+void flat_start(Run& run) {
+    Store& s = run.store;
+    find_islands(run);
+    for (int i : rows(s.slk.NSLK)) {
+        const int j = s.slk.NGSLK(i);
+        if (!j) continue;
+        const int slack = s.gen.NOGEN(j);
+        const double angle = s.bus.ANGLE(slack);
+        for (int k = s.ilh.IPILH2(s.ilh.NOILHA2(slack)); k; k = s.ilh.LNKILH2(k)) {
+            s.bus.VOLT(k) = 1.0;
+            if (std::abs(s.bus.NTYPE(k)) < 3) s.bus.ANGLE(k) = angle;
+        }
+    }
+    for (int j : rows(s.gen.NG)) {
+        const int k = s.gen.NOGEN(j);
+        if (std::abs(s.bus.NTYPE(k)) >= 2) s.bus.VOLT(k) = s.gen.VGEN(j);
+    }
+    if (run.opt["CTAP"_opt])
+        for (int n : rows(s.tap.NTAP)) {
+            const int l = s.tap.NOTAP(n), k = std::abs(s.tap.KBUS(n));
+            if (l && k && l <= s.branch.NL && k <= s.bus.NB && s.branch.STLIN(l) && s.branch.LTYPE(l) > 2 &&
+                s.bus.NTYPE(k) == 0)
+                s.bus.VOLT(k) = s.tap.VBUS(n);
+        }
+    if (run.opt["CREM"_opt])
+        for (int i : rows(s.rcb.NRCB)) {
+            const int k = s.rcb.IRCB(i);
+            if (k && k <= s.bus.NB && s.bus.NTYPE(k) == 0) s.bus.VOLT(k) = s.rcb.VRCB(i);
+        }
+    for (int i : rows(s.cer.NCER)) {
+        s.cer.QGCER(i) = 0;
+        if (const int k = s.cer.NVKCER(i); k && k <= s.bus.NB) s.bus.VOLT(k) = s.cer.VCER(i);
+    }
+}
+
+// The scheduled interchanges of a closed system add up to nothing.
+void check_interchange(Run& run) {
+    const AreaTables& area = run.store.area;
+    double sum = 0;
+    for (int i : rows(area.NAREA)) sum += area.AREINT(i);
+    if (std::abs(sum) > run.cte.TETP) MSGPUT(run, "PWFSOL", 100);
+}
+
+// The solution path of the options in force, on the compacted network.
+void solve(Run& run) {
+    const Store& s = run.store;
+    if (!OPTIMO(run, run.mat.plain, s.bus.NB, s.branch.NL)) {
+        MSGPUT(run, "PWFSOL", 130);
+        return;
+    }
+    if (!MATRIX(run)) {
+        MSGPUT(run, "PWFSOL", 120);
+        return;
+    }
+    SOLVLF(run);
+}
+
+// Load models hold above VMINZ only.
+void warn_of_low_load(Run& run) {
+    const Store& s = run.store;
+    for (int i : rows(s.fld.NFLD)) {
+        const int k = s.fld.NOFLD(i);
+        if (k && s.bus.STBUS(k) && s.bus.VOLT(k) < s.fld.VMINZ(i)) {
+            MSGPUT(run, "PWFSOL", -900, s.bus.NOINT(k), element::bus_number);
+            return;
+        }
+    }
+}
+
+}  // namespace
+
+void PWFSOL(Run& run) {
+    Store& s = run.store;
+    SolverState& st = run.mat.state;
+    const bool inner = st.analysis || st.resolve != 0;
+    const bool islands = run.opt["ILHA"_opt];
+    if (!inner) warn_of_options(run);
+    MSGOUT(run);
+
+    // What this build solves: alternating current by Newton.
+    run.opt.set("NEWT"_opt);
+    run.opt.clear("PART"_opt);
+    run.opt.clear("LFDC"_opt);
+
+    int removed = 0;
+    if (islands) {
+        STOOFF(run);
+        removed = remove_islands(run);
+        STOON(run);
+    }
+    STOOFF(run);
+    s.sol.CONVSTAT = 0;
+    s.sol.ITSOL = 0;
+    run.pag.NLINE = run.pag.LPP;
+    run.opt.set("IMPR"_opt);
+    bool sound = true;
+    if (islands)
+        find_islands(run);
+    else
+        sound = PWFREF(run);
+    if (run.opt["FLAT"_opt]) flat_start(run);
+    check_interchange(run);
+    if (sound) solve(run);
+    STOON(run);
+
+    if (removed > 0) OUTDBC(run);
+    const bool converged = s.sol.CONVSTAT == 1;
+    if (converged && !inner) warn_of_low_load(run);
+    MSGOUT(run);
+}
+
+void SOLVLF(Run& run) {
+    SolverState& st = run.mat.state;
+    Solution& sol = run.store.sol;
+    st.NITLF = st.sum_p = st.sum_q = st.sum_dc = 0;
+    sol.ITSOL = 0;
+    sol.CONVSTAT = 0;
+    refresh_angles(run);
+    report_heading(run);
+    int status = 0;
+    SOLVNW(run, status);
+    const int code = sol.CONVSTAT == 6 ? 3 : 8 + sol.CONVSTAT;
+    st.sum_p += sol.NITP;
+    st.sum_q += sol.NITQ;
+    if (!st.singular && status == 0) report_outcome(run, code);
+}
+
+}  // namespace korvane

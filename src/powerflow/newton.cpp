@@ -1,0 +1,391 @@
+// Newton iteration of the alternating-current network, with every control inside the matrix.
+//
+// Polar form, each row divided by the voltage of its bus: rows dP/V and dQ/V, unknowns the angle correction in rad and
+// the voltage correction as a fraction of the voltage. The pattern of the matrix never depends on the type of a bus:
+// an equation out of play has the diagonal HELD, the right-hand side 0 and no cross term.
+#include <algorithm>
+#include <cmath>
+
+#include "powerflow/solver.hpp"
+
+namespace korvane {
+
+namespace {
+
+/// Controls and devices, in the order in which their rows stand behind those of the buses. Each later kind of device
+/// adds its line here.
+constexpr std::array<Device, 0> DEVICES{};
+
+bool dead(int type) { return std::abs(type) > 3; }
+
+// --- entry and exit
+
+void enter(Run& run) {
+    SolverState& st = run.mat.state;
+    Solution& sol = run.store.sol;
+    st.rebuild = true;
+    st.singular = false;
+    if (st.resolve != 0 || !run.opt["PART"_opt]) {
+        sol.NITP = 0;
+        sol.CONVSTAT = 0;
+        st.nlimq = 0;
+    }
+}
+
+void leave(Run& run) {
+    SolverState& st = run.mat.state;
+    Solution& sol = run.store.sol;
+    sol.NITQ = sol.NITP;
+    st.NEQ = run.store.bus.NB;
+    st.NBR = run.store.branch.NL;
+    st.augmented = false;
+}
+
+// The augmented equations, and their order. Without devices of their own rows the order of the plain network holds.
+bool build_equations(Run& run) {
+    const Store& s = run.store;
+    SolverState& st = run.mat.state;
+    st.rebuild = false;
+    st.NEQ = s.bus.NB;
+    st.NBR = s.branch.NL;
+    st.residual = {};
+    refresh_angles(run);
+    for (const Device& d : devices())
+        if (d.build && !d.build(run)) return false;
+    st.augmented = st.NEQ > s.bus.NB || st.NBR > s.branch.NL;
+    return !st.augmented || OPTIMO(run, run.mat.augmented, st.NEQ, st.NBR);
+}
+
+// --- assembly
+
+// Buses return from their limits when the limit checks are off, or when they are inside them again.
+void reset_types(Run& run) {
+    Store& s = run.store;
+    const Options& opt = run.opt;
+    const bool qlim = opt["QLIM"_opt], vlim = opt["VLIM"_opt];
+    const double slack = run.cte.TLPR;
+    for (int j : rows(s.gen.NG)) {
+        const int k = s.gen.NOGEN(j);
+        int& type = s.bus.NTYPE(k);
+        if (type <= -2 && !dead(type)) {
+            const double q = s.gen.QGEN(j);
+            if (!qlim || (q > s.gen.QMIN(j) + slack && q < s.gen.QMAX(j) - slack)) {
+                type = -type;
+                s.bus.VOLT(k) = s.gen.VGEN(j);
+            }
+        } else if (!vlim && std::abs(type) == 1) {
+            type = -1;
+            s.gen.QGEN(j) = 0;
+        }
+    }
+    if (opt["CREM"_opt]) return;
+    for (int i : rows(s.rcb.NRCB)) {
+        const int j = s.rcb.ICB(i);
+        if (j && s.bus.NTYPE(s.gen.NOGEN(j)) > 0) s.bus.VOLT(s.gen.NOGEN(j)) = s.gen.VGEN(j);
+    }
+}
+
+/// What one branch adds to the rows of its ends k and m, rows being divided by their own voltage.
+///
+///     A = Vm (b s + g c)        B = Vk (g c - b s)        s, c   sine and cosine of the angle of k less that of m
+///     C = Vm (b c - g s)        D = Vk (g s + b c)        g + jb series admittance divided by the tap, pu
+///
+/// A and -C go to dP/V and dQ/V of k, B and -D to those of m. The derivatives are the same four numbers, so one
+/// evaluation serves mismatch and Jacobian (W. F. Tinney, C. E. Hart, IEEE Trans. PAS-86, 1967).
+struct BranchTerms {
+    double A, B, C, D;
+};
+inline BranchTerms branch_terms(double g, double b, double vk, double vm, double s, double c) {
+    return {vm * (b * s + g * c), vk * (g * c - b * s), vm * (b * c - g * s), vk * (g * s + b * c)};
+}
+
+// Off-diagonal blocks, and the sums of all branches at each bus.
+void assemble_branches(Run& run) {
+    const Store& s = run.store;
+    const BranchTables& br = s.branch;
+    Matrices& m = run.mat;
+    const Pattern& p = pattern(run);
+    clear_blocks(m, p);
+    m.work.sum.fill(s.bus.NB, Sides{0, 0});
+    Sides* const sum = m.work.sum.data() - 1;
+    const double* const volt = s.bus.VOLT.data() - 1;
+    for (int l : rows(br.NL)) {
+        const int slot = p.slot[std::size_t(l - 1)];
+        if (slot < 0) continue;
+        const int f = br.NFROM(l), t = br.NTO(l);
+        const auto [A, B, C, D] = branch_terms(br.GKM(l), br.BKM(l), volt[f], volt[t], m.SINDIK(l), m.COSDIK(l));
+        sum[f].DELTA += A;
+        sum[f].WORK -= C;
+        sum[t].DELTA += B;
+        sum[t].WORK -= D;
+        BlockPair& pair = m.fat[std::size_t(slot >> 1)];
+        Block& ft = slot & 1 ? pair.L : pair.U;  // row of the from bus, column of the to bus
+        Block& tf = slot & 1 ? pair.U : pair.L;
+        ft.H += C;
+        ft.N -= A;
+        ft.J += A;
+        ft.L += C;
+        tf.H += D;
+        tf.N -= B;
+        tf.J += B;
+        tf.L += D;
+    }
+}
+
+// Diagonal blocks and mismatches of the buses: load, shunt part, and the sums of their branches, which are also the
+// derivatives by the angle.
+void assemble_buses(Run& run) {
+    const Store& s = run.store;
+    Matrices& m = run.mat;
+    const Pattern& p = pattern(run);
+    for (int k : rows(s.bus.NB)) {
+        const auto r = std::size_t(p.NORDER(k) - 1);
+        const double v = s.bus.VOLT(k);
+        const Sides sum = m.work.sum(k);
+        const Power load = bus_load(s, k);
+        const double pl = load.p / v, ql = load.q / v, g = m.GDIAG(k) * v, b = m.BDIAG(k) * v;
+        m.side[r] = {sum.DELTA - pl - g, sum.WORK - ql + b};
+        m.diagonal[r] = {.H = sum.WORK, .J = -sum.DELTA, .N = g - pl, .L = -ql - b};
+    }
+    for (int i : rows(s.eqv.NEQV)) {
+        const int k = s.eqv.NOEQV(i);
+        const auto r = std::size_t(p.NORDER(k) - 1);
+        const double v = s.bus.VOLT(k), pe = s.eqv.PMAT(i) / v, qe = s.eqv.QMAT(i) / v;
+        m.side[r].DELTA += pe;
+        m.diagonal[r].N += pe;
+        m.side[r].WORK += qe;
+        m.diagonal[r].L += qe;
+    }
+}
+
+// Generation. What a held voltage and a slack angle imply is read off the mismatch itself.
+void assemble_generators(Run& run) {
+    Store& s = run.store;
+    Matrices& m = run.mat;
+    const Pattern& p = pattern(run);
+    m.work.NOBGEN.fill(s.bus.NB, 0);
+    for (int j : rows(s.gen.NG)) {
+        const int k = s.gen.NOGEN(j), type = s.bus.NTYPE(k);
+        m.work.NOBGEN(k) = j;
+        if (dead(type)) continue;
+        Sides& side = m.side[std::size_t(p.NORDER(k) - 1)];
+        const double v = s.bus.VOLT(k);
+        if (type > 0) {
+            s.gen.QGEN(j) = -side.WORK * v;
+            side.WORK = 0;
+        } else
+            side.WORK += s.gen.QGEN(j) / v;
+        if (std::abs(type) == 3) {
+            s.gen.PGEN(j) = -side.DELTA * v;
+            side.DELTA = 0;
+        } else
+            side.DELTA += s.gen.PGEN(j) / v;
+    }
+}
+
+// The largest mismatches; the later bus wins a tie. A residual that is not a number stays so, and is not converged.
+void scan_mismatch(Run& run) {
+    const Store& s = run.store;
+    Matrices& m = run.mat;
+    const Pattern& p = pattern(run);
+    double worst_p = 0, worst_q = 0, all = 0;
+    int at_p = 0, at_q = 0;
+    for (int k : rows(s.bus.NB)) {
+        const auto r = std::size_t(p.NORDER(k) - 1);
+        Sides& side = m.side[r];
+        if (dead(s.bus.NTYPE(k))) {
+            side = {0, 0};
+            m.diagonal[r] = {.H = HELD, .J = 0, .N = 0, .L = HELD};
+            continue;
+        }
+        const double v = s.bus.VOLT(k), dp = std::abs(side.DELTA) * v, dq = std::abs(side.WORK) * v;
+        if (dp >= worst_p) worst_p = dp, at_p = k;
+        if (dq >= worst_q) worst_q = dq, at_q = k;
+        all += dp + dq;
+    }
+    if (std::isnan(all)) {
+        for (int k : rows(s.bus.NB)) {
+            const Sides& side = m.side[std::size_t(p.NORDER(k) - 1)];
+            const double v = s.bus.VOLT(k);
+            if (std::isnan(side.DELTA * v)) worst_p = side.DELTA * v, at_p = k;
+            if (std::isnan(side.WORK * v)) worst_q = side.WORK * v, at_q = k;
+        }
+    }
+    Residuals& res = m.state.residual;
+    res.DP = worst_p;
+    res.DQ = worst_q;
+    Solution& sol = run.store.sol;
+    sol.NODEP = at_p ? s.bus.NOINT(at_p) : 0;
+    sol.NODEQ = at_q ? s.bus.NOINT(at_q) : 0;
+}
+
+// Rows that the type of a generator bus takes out of play.
+void apply_types(Run& run) {
+    const Store& s = run.store;
+    Matrices& m = run.mat;
+    const Pattern& p = pattern(run);
+    for (int j : rows(s.gen.NG)) {
+        const int k = s.gen.NOGEN(j), type = s.bus.NTYPE(k);
+        if (dead(type)) continue;
+        Block& d = m.diagonal[std::size_t(p.NORDER(k) - 1)];
+        const double v = s.bus.VOLT(k);
+        if (type < 1) {
+            d.L += s.gen.QGEN(j) / v;
+            d.N += s.gen.PGEN(j) / v;
+        } else {
+            d.J = d.N = 0;
+            d.L = HELD;
+        }
+        if (std::abs(type) == 3) {
+            d.H = HELD;
+            d.J = d.N = 0;
+        }
+    }
+}
+
+// --- convergence
+
+bool converged(const Run& run) {
+    const Residuals& r = run.mat.state.residual;
+    const Constants& c = run.cte;
+    return r.DP <= c.TEPA && r.DQ <= c.TEPR && r.DV <= c.TLVC && r.DG <= c.TEPR && r.DF <= c.TEPR && r.DGER <= c.TEPR &&
+           r.DU <= c.TUDC && r.DA <= c.TADC && r.DS <= c.TLVC && r.DM <= c.TEPA;
+}
+
+// --- factorisation
+
+// Says why the matrix could not be factored. An island without a slack is the usual reason.
+void explain_failure(Run& run, int status) {
+    SolverState& st = run.mat.state;
+    Solution& sol = run.store.sol;
+    const Pattern& p = pattern(run);
+    if (status < 0 || status > p.N) {
+        MSGPUT(run, "SOLVNW", status < 0 ? 100 : 110);
+        sol.CONVSTAT = 3;
+        return;
+    }
+    const int k = p.bus[std::size_t(status - 1)];
+    if (k > run.store.bus.NB) {
+        MSGPUT(run, "SOLVNW", 130);
+        sol.CONVSTAT = 3;
+        return;
+    }
+    st.singular = true;
+    if (st.resolve == 0) PWFREF(run);
+    report_singular(run, k);
+}
+
+bool factor(Run& run) {
+    run.cte.TSFR = 1e-10;  // from the first Newton factorisation on, whatever the data asked for
+    const int status = factor_blocks(run.mat, pattern(run), run.cte.TSFR);
+    if (status != 0) explain_failure(run, status);
+    return status == 0;
+}
+
+// --- correction
+
+/// A correction cut to a limit keeps its sign; `ratio` takes the part that is left when it is the smallest so far.
+double cut(double step, double limit, double& ratio) {
+    if (!(std::abs(step) > limit)) return step;
+    ratio = std::min(ratio, limit / std::abs(step));
+    return std::copysign(limit, step);
+}
+
+// Angles and voltages take their corrections. A voltage outside of the band ends the iteration.
+void correct(Run& run) {
+    Store& s = run.store;
+    const Constants& c = run.cte;
+    const Pattern& p = pattern(run);
+    Solution& sol = s.sol;
+    const bool step = run.opt["STEP"_opt];
+    const double m = sol.XMI;
+    double& ratio = run.mat.state.XMF;
+    for (int k : rows(s.bus.NB)) {
+        const Sides& d = run.mat.side[std::size_t(p.NORDER(k) - 1)];
+        double& v = s.bus.VOLT(k);
+        if (step) {
+            s.bus.ANGLE(k) += cut(d.DELTA * m, c.ASTP, ratio);
+            v += cut(v * d.WORK * m, c.VSTP, ratio);
+        } else {
+            s.bus.ANGLE(k) += d.DELTA * m;
+            v *= 1 + d.WORK * m;
+        }
+        if (!(v >= c.VDVN && v <= c.VDVM)) {
+            sol.CONVSTAT = 3;
+            break;
+        }
+    }
+}
+
+void update(Run& run) {
+    Solution& sol = run.store.sol;
+    SolverState& st = run.mat.state;
+    sol.XMI = st.XMF = 1;
+    correct(run);
+    for (const Device& d : devices())
+        if (d.update) d.update(run);
+    refresh_angles(run);
+    constexpr double SHORTEST = double(0.01f);  // a shorter step gets nowhere
+    if (std::abs(sol.XMI) < SHORTEST) sol.CONVSTAT = 3;
+    if (run.opt["STEP"_opt] && !run.opt["STPO"_opt]) sol.XMI = st.XMF;
+}
+
+}  // namespace
+
+std::span<const Device> devices() { return DEVICES; }
+
+void assemble(Run& run) {
+    SolverState& st = run.mat.state;
+    if (run.store.sol.NITP == 0) reset_types(run);
+    assemble_branches(run);
+    assemble_buses(run);
+    assemble_generators(run);
+    scan_mismatch(run);
+    st.DQMAXIMO = st.residual.DQ;
+    for (const Device& d : devices())
+        if (d.assemble) d.assemble(run);
+    apply_types(run);
+    run.store.sol.DPMAX = st.residual.DP;
+    run.store.sol.DQMAX = st.residual.DQ;
+}
+
+bool iterate(Run& run) {
+    if (!factor(run)) return false;
+    solve_blocks(run.mat, pattern(run));
+    update(run);
+    if (run.opt["RCVG"_opt]) report_iteration(run);
+    return true;
+}
+
+void SOLVNW(Run& run, int& status) {
+    Solution& sol = run.store.sol;
+    SolverState& st = run.mat.state;
+    status = 0;
+    enter(run);
+    do {
+        if (st.rebuild && !build_equations(run)) {
+            status = std::max(1, run.msg.NERQ);
+            MSGOUT(run);
+            break;
+        }
+        assemble(run);
+        if (sol.CONVSTAT == 4) break;
+        if (converged(run))
+            sol.CONVSTAT = 1;
+        else {
+            if (sol.NITP >= run.cte.ACIT) {
+                sol.CONVSTAT = 2;
+                break;
+            }
+            ++sol.NITP;
+            if (!iterate(run) || sol.CONVSTAT == 3) break;
+        }
+        if (sol.CONVSTAT <= 3)
+            for (const Device& d : devices())
+                if (d.adjust) d.adjust(run);
+        report_switches(run);
+    } while (sol.CONVSTAT != 1 && sol.CONVSTAT != 5 && sol.CONVSTAT != 6);
+    leave(run);
+}
+
+}  // namespace korvane

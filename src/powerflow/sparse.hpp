@@ -1,0 +1,179 @@
+// Linear algebra of the network: the elimination order, the fixed pattern of the factors, and the factorisation and
+// solution of matrices whose pattern is that of the network, in 2x2 blocks (Newton) and in scalars (B', B'').
+//
+// Analyse, factor, solve are three steps, so each caller repeats only what has changed. The pattern depends on the
+// branches in service alone, never on bus types: a pass of Newton assembles into slots that are known beforehand.
+// Inside this module rows and entries count from 0; buses and branches count from 1 as everywhere.
+#pragma once
+#include <array>
+#include <cstddef>
+
+#include "frame/run.hpp"
+#include "network/limits.hpp"
+#include "network/store.hpp"
+#include "powerflow/powerflow.hpp"
+
+namespace korvane {
+
+constexpr int MXEQ = 30000;      // equations, real and fictitious
+constexpr int MXROW = 42400;     // rows of the right-hand side and the diagonal
+constexpr int MXFAT = 144000;    // factor entries
+constexpr int MXCELL = 120000;   // adjacency cells of the ordering
+constexpr int MXCLASS = 20000;   // degree classes of the ordering
+constexpr int MXCOL = 10000;     // columns of one row during elimination
+constexpr int MXAIM = 1 << 22;   // addresses of updates kept beforehand; beyond it they are searched
+constexpr int MXPOOL = 1 << 20;  // work space of the ordering
+
+/// Pattern::aim of an entry whose updates go to consecutive entries, or have to be searched; else an index of aims.
+constexpr int SAME_ROWS = -1, SEARCHED = -2;
+
+/// Diagonal of a row taken out of play: the single-precision value of 1e15.
+constexpr double HELD = 999999986991104.0;
+
+/// 2x2 block [H N; J L]: rows are the active and the reactive equation, columns the angle and the voltage. It lies in
+/// memory by columns, so that a product with a pair of unknowns needs no shuffling.
+struct alignas(32) Block {
+    double H, J, N, L;
+};
+/// The two blocks of one entry of the pattern, rows c < i: U at row c, column i; L at row i, column c.
+struct alignas(64) BlockPair {
+    Block U, L;
+};
+/// Right-hand side of a row, and after the solution its unknowns: dP/V and dQ/V, then the angle correction in rad and
+/// the voltage correction as a fraction of the voltage.
+struct alignas(16) Sides {
+    double DELTA, WORK;
+};
+
+/// The elimination order of a network and all that follows from it.
+struct Pattern {
+    int N;         // rows
+    int NFAT;      // entries of the factors, counted also when they are too many
+    int capacity;  // 0; -k: entries run out at row k; N + 1: a row has more than MXCOL columns
+
+    Table<int, MXEQ> NORDER;  // elimination position of a bus, from 1; its row of the factors is NORDER - 1
+
+    std::array<int, MXEQ> bus;              // bus of a row
+    std::array<int, MXEQ + 1> column;       // first entry of the column of a row; ends with the entries in use
+    std::array<int, MXFAT> row;             // row of an entry, ascending within a column
+    std::array<int, MXFAT> aim;             // see update_column: where the updates of this entry go
+    std::array<int, MXAIM> aims;            // lists of entries that aim points into
+    std::array<int, MXLINX> slot;           // of branch l at l - 1: 2 entry + 1 if NFROM has the higher row; -1: none
+    int naims;
+};
+
+/// Values of one scalar symmetric matrix over a pattern.
+struct ScalarMatrix {
+    std::array<double, MXFAT> value;  // off the diagonal
+    std::array<double, MXROW> diagonal;
+    int state;  // 2: freshly factored
+};
+
+/// Work space of the ordering.
+struct OrderingSpace {
+    std::array<int, MXPOOL> pool;  // adjacency lists
+    std::array<int, MXEQ + 1> at, length, room;  // of the list of a bus
+    std::array<int, MXEQ + 2> next, previous, first, last;
+    std::array<int, MXEQ + 1> a, b, c;
+    std::array<int, MXFAT> list;                 // neighbours of the eliminated buses
+    std::array<int, MXEQ + 1> start, count;      // of a bus in it
+};
+
+/// The ten residuals that a solution is judged by, in the order of their tolerances, pu and rad.
+struct Residuals {
+    double DP, DQ;   // active and reactive power of a bus
+    double DV, DG;   // controlled voltage; reactive sharing between generators of one controlled bus
+    double DF;       // static compensators
+    double DGER;     // generator capability
+    double DU, DA;   // direct voltage and converter angles
+    double DS, DM;   // automatic shunts; motors
+};
+
+/// What the solvers carry from step to step. All zero at the start of a run.
+struct SolverState {
+    int resolve;         // internal solve mark: number of the contingency, -1 for an inner solve, 0 else
+    bool analysis;       // the case is solved as a step of another analysis
+    bool singular;       // the last factorisation failed at a bus
+    bool rebuild;        // the augmented equations and their order are to be built
+    bool augmented;      // there are rows or branches behind the real ones
+    int NEQ, NBR;        // rows and branches with the fictitious ones
+    Residuals residual;  // of the last pass
+    double DQMAXIMO;     // DQMAX before a control forced it up
+    double XMF;          // smallest ratio by which a step was cut
+    int NITLF, sum_p, sum_q, sum_dc;  // outer iterations; iterations summed over them
+    int nlimq;
+    std::array<int, 50> ILIMQ;  // buses switched since the last line of the report; minus: a tap
+};
+
+/// Everything the solvers work in. It lies in zeroed memory of fixed size; pages never used cost nothing.
+struct Matrices {
+    void* memory;  // what make_matrices got
+    Pattern plain, augmented;
+    OrderingSpace space;
+
+    std::array<BlockPair, MXFAT> fat;
+    std::array<Block, MXROW> diagonal;
+    std::array<Sides, MXROW> side;
+
+    ScalarMatrix B1, B2;             // B' and B''
+    std::array<double, MXROW> x;     // right-hand side of a scalar solution
+
+    Table<double, MXBUS> GDIAG, BDIAG;     // diagonal of the bus admittance matrix, pu
+    Table<double, MXLINX> SINDIK, COSDIK;  // sine and cosine of the angle across a branch
+    Table<double, MXBUS> SINBUS, COSBUS;   // of the angle of a bus
+
+    struct Work {
+        Table<Sides, MXBUS> sum;                // what the branches give the two rows of a bus
+        Table<int, MXBUS> NOBGEN;               // generator row of a bus
+        Table<double, MXPHS> sine, cosine;      // of a phase shift
+        Table<double, MXLIN> shfrom, shto;      // line-end shunts of a branch
+        Table<int, MXILH> slack;                // first slack bus of an island, 0 for none
+        Table<int, MXBUS> queue, removed;       // of the island search; external numbers of removed buses
+        Table<Text<12>, MXBUS> removed_name;
+        int nremoved;
+    } work;
+    SolverState state;
+};
+
+/// How the ordering ended.
+enum class OrderFault { none, cells, fill, entries };
+
+/// Minimum degree with updated degrees. Among buses of one degree the first in goes first: in the beginning the
+/// lowest index; a bus whose degree was updated goes behind. Sets NORDER and NFAT, and, when the entries fit, the
+/// rows, the fill and the slots of all branches. n buses, nbr branches of which those with on take part.
+OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to,
+                      const bool* on);
+
+/// OPTIMO: the order of the plain network or, when the augmented equations have rows of their own, of these.
+/// Messages 100, 120, 130 (with the count of entries); false after any of them.
+bool OPTIMO(Run& run, Pattern& p, int n, int nbr);
+
+/// Everything to zero before an assembly.
+void clear_blocks(Matrices& m, const Pattern& p);
+
+/// Factorisation in place over the fixed pattern. 0; k: pivot of elimination position k is not above the tolerance;
+/// -k: entries exhausted at row k; N + 1: a row has too many columns. After a failure nothing may be solved.
+int factor_blocks(Matrices& m, const Pattern& p, double tolerance);
+
+/// Solution with the factors, in place in m.side. Right-hand sides before row `first` are zero.
+void solve_blocks(Matrices& m, const Pattern& p, int first = 0);
+
+/// The scalar twins. factor: 0, k or -k as above. solve: in place in x.
+int factor_scalar(ScalarMatrix& a, const Pattern& p, double tolerance);
+void solve_scalar(const ScalarMatrix& a, const Pattern& p, double* x, int first = 0);
+
+/// The pattern that the present solution works on.
+inline const Pattern& pattern(const Run& run) {
+    return run.mat.state.augmented ? run.mat.augmented : run.mat.plain;
+}
+
+/// Element of B' of a branch: its susceptance without resistance and without tap, pu (negative when inductive).
+double linear_element(const Store& s, int l);
+
+/// MATRIZ: builds and factors B' alone, for the linear flow. Messages 100, 110, 120.
+bool MATRIZ(Run& run);
+/// MATRIX: rebuilds the admittance diagonal; builds and factors B' and B'' unless Newton alone runs.
+/// Messages 100 to 140.
+bool MATRIX(Run& run);
+
+}  // namespace korvane
