@@ -82,20 +82,11 @@ std::optional<double> loading(const BranchFlow& f, double rating, double base) {
 }
 
 nlohmann::ordered_json counts(const Store& s) {
-    return {{"buses", s.bus.NB},
-            {"branches", s.branch.NL},
-            {"generators", s.gen.NG},
-            {"areas", s.area.NAREA},
-            {"base_groups", s.gbt.NGBT},
-            {"limit_groups", s.glt.NGLT},
-            {"slacks", s.slk.NSLK},
-            {"remote_controls", s.rcb.NRCB},
-            {"shunts", s.sht.NSHT},
-            {"taps", s.tap.NTAP},
-            {"phase_shifters", s.phs.NPHS},
-            {"line_shunts", s.shl.NSHL},
-            {"load_models", s.fld.NFLD},
-            {"injections", s.eqv.NEQV}};
+    return {{"buses", s.bus.NB},         {"branches", s.branch.NL},       {"generators", s.gen.NG},
+            {"areas", s.area.NAREA},     {"base_groups", s.gbt.NGBT},     {"limit_groups", s.glt.NGLT},
+            {"slacks", s.slk.NSLK},      {"remote_controls", s.rcb.NRCB}, {"shunts", s.sht.NSHT},
+            {"taps", s.tap.NTAP},        {"phase_shifters", s.phs.NPHS},  {"line_shunts", s.shl.NSHL},
+            {"load_models", s.fld.NFLD}, {"injections", s.eqv.NEQV}};
 }
 
 }  // namespace
@@ -135,15 +126,16 @@ std::string buses_csv(Run& run) {
     const double base = run.cte.BASE;
     const BusElements elements(s);
     map_bus_rows(s);
-    Csv csv("number,name,type,in_service,area,base_kv,v_pu,angle_deg,p_gen_mw,q_gen_mvar,q_min_mvar,q_max_mvar,"
-            "p_load_mw,q_load_mvar,shunt_mvar");
+    Csv csv(
+        "number,name,type,in_service,area,base_kv,v_pu,angle_deg,p_gen_mw,q_gen_mvar,q_min_mvar,q_max_mvar,"
+        "p_load_mw,q_load_mvar,shunt_mvar");
     for (int k : rows(s.bus.NB)) {
         if (s.bus.NOINT(k) == 0) continue;  // removed in a block that did not come to its end
         const BusRow r = bus_row(s, elements, k, base);
         const int g = s.map.NGADR(k), area = s.bus.IAREA(k);
-        csv << r.number << trimmed(r.name) << std::abs(r.type) << int(r.in_service)
-            << (area ? s.area.NAINT(area) : 0) << r.base_kv << r.v << r.angle << r.p_gen << r.q_gen
-            << (g ? s.gen.QMIN(g) * base : 0.0) << (g ? s.gen.QMAX(g) * base : 0.0) << r.p_load << r.q_load << r.shunt;
+        csv << r.number << trimmed(r.name) << std::abs(r.type) << int(r.in_service) << (area ? s.area.NAINT(area) : 0)
+            << r.base_kv << r.v << r.angle << r.p_gen << r.q_gen << (g ? s.gen.QMIN(g) * base : 0.0)
+            << (g ? s.gen.QMAX(g) * base : 0.0) << r.p_load << r.q_load << r.shunt;
         csv.end_row();
     }
     return csv.take();

@@ -77,7 +77,7 @@ private:
                 return;
             }
             const char c = peek();
-            const bool free = c == '/' || c == '\'' || c == '"' || c == '(';
+            const bool free = at_ == s_.size() || c == '/' || c == '\'' || c == '"' || c == '(';
             if (!first && !comma && !loose && !free) return fail("a comma is missing");
             loose = item(depth, last_group);
             if (failed()) return;

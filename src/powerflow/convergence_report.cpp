@@ -6,7 +6,7 @@ namespace korvane {
 namespace {
 
 // Rows of block SOLVNW.
-constexpr int HEADING_FIRST = 1, HEADING_LAST = 5, ITERATION = 6, SWITCHED = 7, SINGULAR = 8;
+constexpr int HEADING_FIRST = 1, HEADING_LAST = 4, ITERATION = 6, SWITCHED = 7, SINGULAR = 8;
 // Rows of block SOLVLF: an outcome code stands in its own row; the totals.
 constexpr int TOTALS_FIRST = 1, TOTALS_P = 2, TOTALS_Q = 3;
 constexpr int OUTCOME[] = {0, 14, 15, 16, 0, 14, 17, 0, 0, 14, 18, 19, 20, 34, 21};

@@ -64,7 +64,7 @@ void report_islands(Run& run) {
     Page page(run);
     page.force();
     for (int island : rows(s.ilh.count)) {
-        if (!page.fits(1)) page.heading(1, 5);
+        if (!page.fits(1)) page.heading(1, 4);
         const int k = first_bus(s, island);
         if (const int slack = run.mat.work.slack(island))
             page.line(6, island, s.ilh.NBILHA2(island), s.bus.NOINT(k), s.bus.BNAME(k), s.bus.NOINT(slack),

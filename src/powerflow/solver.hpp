@@ -43,12 +43,6 @@ inline int phase_row(const Store& s, int l) {
 /// the tap.
 void change_tap(Run& run, int n, double t1);
 
-/// Power that the load of a bus takes at its present voltage, pu.
-struct Power {
-    double p, q;
-};
-Power bus_load(const Store& s, int k);
-
 // --- islands
 
 /// Takes the islands without a slack out of service and notes their buses for OUTDBC. The store is compacted.
@@ -75,6 +69,8 @@ void SOLVNW(Run& run, int& status);
 
 /// Mismatches and Jacobian at the present state: one pass up to the factorisation. For Newton and for tests.
 void assemble(Run& run);
+/// Factors, solves and corrects voltages and angles. False when the matrix is singular, which has been told.
+bool iterate(Run& run);
 
 // --- the report of convergence
 

@@ -1,0 +1,56 @@
+// Any bytes as a deck: the whole program reads them as redirected standard input, block by block. Codes that would
+// reach out of the process (files, shell) are taken out of the input first.
+#include <cstdlib>
+#include <span>
+#include <string>
+
+#include "app/code_table.hpp"
+#include "frame/run.hpp"
+#include "network/store.hpp"
+#include "powerflow/powerflow.hpp"
+
+namespace {
+
+using namespace korvane;
+
+class BytesPlatform : public Platform {
+public:
+    explicit BytesPlatform(std::string_view bytes) : bytes_(bytes) {}
+    InputKind standard_input() const override { return InputKind::redirected; }
+    std::optional<std::string> read_console() override {
+        if (at_ >= bytes_.size()) return std::nullopt;
+        const auto end = std::min(bytes_.find('\n', at_), bytes_.size());
+        std::string line(bytes_.substr(at_, end - at_));
+        at_ = end + 1;
+        for (const char* code : {"ULOG", "LOGD", "CLOG", "DOS", "DMAC", "CART", "ARQV"})
+            if (line.size() >= 3 && (line.substr(0, 4) == code || line.find('@') != line.npos)) line = "INFO";
+        return line;
+    }
+    void write_console(std::string_view) override {}
+    bool flush_console() override { return true; }
+    std::optional<std::string> environment(const std::string&) const override { return std::nullopt; }
+    std::string working_directory() const override { return "/"; }
+    std::string program_directory() const override { return KORVANE_BIN; }
+    Moment now() const override { return {2000, 1, 1, 0, 0, 0}; }
+    double elapsed_seconds() const override { return 0; }
+    double random() override { return 0.5; }
+    int shell(const std::string&) override { return -1; }
+    bool message_box(std::string_view) override { return false; }
+
+private:
+    std::string_view bytes_;
+    std::size_t at_ = 0;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const StorePtr store = make_store();
+    static const MatricesPtr matrices = make_matrices();
+    BytesPlatform platform(std::string_view(reinterpret_cast<const char*>(data), size));
+    Run run(platform, *store, *matrices);
+    run.ctl.codes = code_table();
+    const char* const arguments[] = {"korvane"};
+    run_program(run, arguments);
+    return 0;
+}
