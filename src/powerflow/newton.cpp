@@ -330,15 +330,6 @@ void update(Run& run) {
     if (run.opt["STEP"_opt] && !run.opt["STPO"_opt]) sol.XMI = st.XMF;
 }
 
-// One step of Newton: factor, solve, correct. False when the matrix could not be factored.
-bool iterate(Run& run) {
-    if (!factor(run)) return false;
-    solve_blocks(run.mat, pattern(run));
-    update(run);
-    if (run.opt["RCVG"_opt]) report_iteration(run);
-    return true;
-}
-
 }  // namespace
 
 std::span<const Device> devices() { return DEVICES; }
@@ -356,6 +347,14 @@ void assemble(Run& run) {
     apply_types(run);
     run.store.sol.DPMAX = st.residual.DP;
     run.store.sol.DQMAX = st.residual.DQ;
+}
+
+bool iterate(Run& run) {
+    if (!factor(run)) return false;
+    solve_blocks(run.mat, pattern(run));
+    update(run);
+    if (run.opt["RCVG"_opt]) report_iteration(run);
+    return true;
 }
 
 void SOLVNW(Run& run, int& status) {
