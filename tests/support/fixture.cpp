@@ -102,7 +102,7 @@ Session::Session(const SessionOptions& options)
       matrices_memory(make_matrices()),
       run(os, *store_memory, *matrices_memory),
       arguments_(options.arguments) {
-    run.ctl.codes = code_table();
+    equip(run);
     os.input = options.via == Via::console ? InputKind::console : InputKind::redirected;
     os.variables = options.variables;
     if (options.print_file) os.variables.emplace("KVN$PRINT", "print.out");
