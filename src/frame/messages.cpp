@@ -185,23 +185,13 @@ bool refuse(Run& run, bool condition, int number, int element, int type) {
 }
 
 void INTERR(Run& run) {
-    Units& u = run.units;
-    auto to_console = [&] {
-        u.stream.reset();
-        u.LUN[role::input] = unit::console_in;
-        u.CONINP = true;
-    };
-    if (u.nested) {
-        if (run.msg.NERR > 0 && u.BATCHI) stop_run(1, std::string(AFTER_ERROR));
-        u.nested.reset();
-        u.LUN[role::input] = role::input;
-        if (run.msg.NERR > 0) to_console();
-    } else if (!u.CONINP) {
-        if (u.BATCHI) stop_run(1, std::string(AFTER_ERROR));
-        to_console();
-    } else if (u.BATCHI) {
-        stop_run(1, std::string(AFTER_ERROR));
-    }
+    const Units& u = run.units;
+    const bool errors = run.msg.NERR > 0;
+    // The end of a nested stream without errors goes back to the outer one, also when nobody sits at the console.
+    if (u.BATCHI && (errors || !u.nested)) stop_run(1, std::string(AFTER_ERROR));
+    const bool both = u.nested && errors;
+    if (!u.CONINP) close_stream(run);
+    if (both) close_stream(run);
 }
 
 const Formats::Rows& load_rows(Run& run, std::string_view routine) {
