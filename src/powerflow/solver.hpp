@@ -69,6 +69,8 @@ void SOLVNW(Run& run, int& status);
 
 /// Mismatches and Jacobian at the present state: one pass up to the factorisation. For Newton and for tests.
 void assemble(Run& run);
+/// Factors, solves and corrects voltages and angles. False when the matrix is singular, which has been told.
+bool iterate(Run& run);
 
 // --- the report of convergence
 

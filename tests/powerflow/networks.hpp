@@ -1,0 +1,206 @@
+// Networks that tests fill straight into the store, and the balance of a bus worked out with complex numbers.
+#pragma once
+#include <cmath>
+#include <complex>
+#include <random>
+
+#include "powerflow/solver.hpp"
+#include "support/fixture.hpp"
+
+namespace korvane::testing {
+
+/// A started run whose store a test fills bus by bus. Values in per unit and radians; buses numbered 10, 20, 30, ...
+class Network {
+public:
+    Session session;
+    Run& run;
+    Store& s;
+
+    Network() : run(session.start().run), s(run.store) { run.opt.restore(); }
+
+    int bus(int type, double v = 1, double p = 0, double q = 0) {
+        const int k = add_row(s.bus);
+        s.bus.NOINT(k) = 10 * k;
+        s.bus.BNAME(k) = "BARRA-" + std::to_string(10 * k);
+        s.bus.NTYPE(k) = type;
+        s.bus.VOLT(k) = v;
+        s.bus.PLOAD(k) = p;
+        s.bus.QLOAD(k) = q;
+        s.bus.IAREA(k) = 1;
+        note_bus(s, k);
+        return k;
+    }
+    /// A bus with a generator: type 2 or 3 holds its voltage, 0 gives what it is told.
+    int generator(int type, double v, double p = 0, double q = 0) {
+        const int k = bus(type, v), j = add_row(s.gen);
+        s.gen.NOGEN(j) = k;
+        s.gen.PGEN(j) = p;
+        s.gen.QGEN(j) = q;
+        s.gen.VGEN(j) = v;
+        s.gen.QMIN(j) = s.gen.QMNO(j) = -99;
+        s.gen.QMAX(j) = s.gen.QMXO(j) = 99;
+        if (std::abs(type) == 3) {
+            const int i = add_row(s.slk);
+            s.slk.NGSLK(i) = j;
+            s.slk.PSLK(i) = p;
+        }
+        return k;
+    }
+    /// A branch; a is the tap on the from side, 1 for none, shift is added to the angle across it.
+    int branch(int from, int to, double r, double x, double charging = 0, double a = 1, double shift = 0) {
+        const int l = add_row(s.branch);
+        const std::complex<double> y = 1.0 / std::complex<double>(r, x) / a;
+        s.branch.NFROM(l) = from;
+        s.branch.NTO(l) = to;
+        s.branch.NCIR(l) = l % 99 + 1;
+        s.branch.GKM(l) = y.real();
+        s.branch.BKM(l) = y.imag();
+        s.branch.BC(l) = charging / 2;
+        if (a != 1 || shift != 0) {
+            s.branch.LTYPE(l) = shift != 0 ? 2 : 1;
+            const int n = add_row(s.tap);
+            s.tap.NOTAP(n) = l;
+            s.tap.TAP(n) = 1 / a;
+            s.tap.TPMIN(n) = s.tap.TPMAX(n) = a;
+            if (shift != 0) {
+                const int f = add_row(s.phs);
+                s.phs.NOPHS(f) = n;
+                s.phs.PHS(f) = shift;
+            }
+        }
+        return l;
+    }
+    void shunt(int k, double b) {
+        const int i = add_row(s.sht);
+        s.sht.NOSHT(i) = k;
+        s.sht.SHUNT(i) = b;
+    }
+    int area(int number, double export_pu = 0) {
+        const int i = add_row(s.area);
+        s.area.NAINT(i) = number;
+        s.area.AREINT(i) = export_pu;
+        return i;
+    }
+    /// The address lists, once everything is in.
+    Network& ready() {
+        if (s.area.NAREA == 0) area(1);
+        order_rows(s);
+        link_branch_rows(s);
+        ADRLIN(run);
+        ADRARE(s);
+        return *this;
+    }
+    /// PWFSOL with tight tolerances.
+    Network& solve() {
+        run.cte.TEPA = run.cte.TEPR = 1e-9;
+        PWFSOL(run);
+        return *this;
+    }
+    int at(int number) const { return bus_of(s, number); }
+};
+
+inline std::complex<double> voltage(const Store& s, int k) { return std::polar(s.bus.VOLT(k), s.bus.ANGLE(k)); }
+
+/// Power that branch l draws at its two ends, by its pi circuit in complex numbers.
+inline std::pair<std::complex<double>, std::complex<double>> drawn(const Store& s, int l) {
+    using C = std::complex<double>;
+    const auto& b = s.branch;
+    if (!b.STLIN(l) && b.STLIND(l) == b.STLINP(l)) return {0, 0};
+    double t = 1, shift = 0;
+    for (int n : rows(s.tap.NTAP))
+        if (s.tap.NOTAP(n) == l) {
+            t = s.tap.TAP(n);
+            for (int f : rows(s.phs.NPHS))
+                if (s.phs.NOPHS(f) == n) shift = s.phs.PHS(f);
+        }
+    const C y = C(b.GKM(l), b.BKM(l)) / t, charging(0, b.BC(l));
+    const C vf = voltage(s, b.NFROM(l)), vt = voltage(s, b.NTO(l));
+    if (!b.STLIN(l)) {  // one end open: the far end floats behind y
+        C far = charging, near = charging;
+        const bool from = b.STLIND(l);
+        for (int i : rows(s.shl.NSHL))
+            if (s.shl.LISHL(i) == l) {
+                if (s.shl.STSHLD(i)) (from ? near : far) += C(0, s.shl.SHLFR(i));
+                if (s.shl.STSHLP(i)) (from ? far : near) += C(0, s.shl.SHLTO(i));
+            }
+        const C yy = C(b.GKM(l), b.BKM(l)), seen = 1.0 / (1.0 / yy + 1.0 / far) + near;
+        const C v = from ? vf : vt, drawn = v * std::conj(seen * v);
+        return from ? std::pair{drawn, C(0)} : std::pair{C(0), drawn};
+    }
+    const C inside = vf * std::polar(t, shift), current = y * (inside - vt);
+    return {inside * std::conj(current) + vf * std::conj(charging * vf),
+            -vt * std::conj(current) + vt * std::conj(charging * vt)};
+}
+
+/// What is left over at each bus: generation less load, shunts and branches. Zero at a solved bus.
+inline std::vector<std::complex<double>> imbalance(const Store& s) {
+    using C = std::complex<double>;
+    std::vector<C> sum(std::size_t(s.bus.NB + 1));
+    auto at = [&](int k) -> C& { return sum[std::size_t(k)]; };
+    for (int k : rows(s.bus.NB)) at(k) -= C(s.bus.PLOAD(k), s.bus.QLOAD(k));
+    for (int j : rows(s.gen.NG)) at(s.gen.NOGEN(j)) += C(s.gen.PGEN(j), s.gen.QGEN(j));
+    for (int i : rows(s.eqv.NEQV)) {
+        const double v2 = std::norm(voltage(s, s.eqv.NOEQV(i)));
+        at(s.eqv.NOEQV(i)) += C(s.eqv.PMAT(i), s.eqv.QMAT(i) + s.eqv.FSH(i) * v2);
+    }
+    for (int i : rows(s.sht.NSHT)) at(s.sht.NOSHT(i)) += C(0, s.sht.SHUNT(i) * std::norm(voltage(s, s.sht.NOSHT(i))));
+    for (int i : rows(s.shl.NSHL)) {
+        const int l = s.shl.LISHL(i), f = s.branch.NFROM(l), t = s.branch.NTO(l);
+        if (!s.branch.STLIN(l)) continue;  // an open line has them in what it draws
+        if (s.shl.STSHLD(i)) at(f) += C(0, s.shl.SHLFR(i) * std::norm(voltage(s, f)));
+        if (s.shl.STSHLP(i)) at(t) += C(0, s.shl.SHLTO(i) * std::norm(voltage(s, t)));
+    }
+    for (int l : rows(s.branch.NL)) {
+        if (!s.bus.STBUS(s.branch.NFROM(l)) || !s.bus.STBUS(s.branch.NTO(l))) continue;
+        const auto [from, to] = drawn(s, l);
+        at(s.branch.NFROM(l)) -= from;
+        at(s.branch.NTO(l)) -= to;
+    }
+    for (int k : rows(s.bus.NB))
+        if (!s.bus.STBUS(k)) at(k) = 0;
+    return sum;
+}
+
+/// A ring with chords, loads, generators, taps, shifters, shunts, parallel and open-ended branches.
+inline void random_network(Network& n, unsigned seed, int buses = 40) {
+    std::mt19937 random(seed);
+    auto uniform = [&](double a, double b) { return std::uniform_real_distribution<double>(a, b)(random); };
+    auto any = [&](int limit) { return int(random() % unsigned(limit)) + 1; };
+    n.generator(3, 1.03);
+    for (int k = 2; k <= buses; ++k) {
+        if (k % 5 == 0)
+            n.generator(2, uniform(0.99, 1.04), uniform(0, 0.4));
+        else if (k % 11 == 0)
+            n.generator(0, 1, uniform(0, 0.1), uniform(-0.05, 0.05));
+        else
+            n.bus(0, 1, uniform(0, 0.12), uniform(-0.03, 0.06));
+    }
+    for (int k = 1; k <= buses; ++k) n.branch(k, k % buses + 1, uniform(0, 0.01), uniform(0.02, 0.08), uniform(0, 0.05));
+    for (int i = 0; i < buses / 2; ++i) {
+        const int k = any(buses), m = any(buses);
+        if (k == m) continue;
+        const double a = i % 3 == 0 ? uniform(0.95, 1.05) : 1, shift = i % 6 == 0 ? uniform(-0.05, 0.05) : 0;
+        const int l = n.branch(k, m, uniform(0, 0.02), uniform(0.05, 0.2), a == 1 ? uniform(0, 0.1) : 0, a, shift);
+        if (i % 4 == 1) n.branch(m, k, 0.001, uniform(0.05, 3), 0.01);  // parallel, the other way round
+        if (i % 7 == 2) {
+            n.s.branch.STLIN(l) = false;
+            (i % 2 ? n.s.branch.STLIND(l) : n.s.branch.STLINP(l)) = false;
+        }
+        if (i % 5 == 3 && a == 1) {
+            const int h = add_row(n.s.shl);
+            n.s.shl.LISHL(h) = l;
+            n.s.shl.SHLFR(h) = uniform(-0.1, 0.1);
+            n.s.shl.SHLTO(h) = uniform(-0.1, 0.1);
+            n.s.shl.STSHLP(h) = i % 2;
+        }
+    }
+    for (int k = 3; k <= buses; k += 9) n.shunt(k, uniform(-0.1, 0.1));
+    const int e = add_row(n.s.eqv);
+    n.s.eqv.NOEQV(e) = any(buses);
+    n.s.eqv.PMAT(e) = 0.1;
+    n.s.eqv.QMAT(e) = -0.02;
+    n.s.eqv.FSH(e) = 0.03;
+    n.ready();
+}
+
+}  // namespace korvane::testing
