@@ -75,6 +75,14 @@ struct BranchRows {
     }
 };
 
+/// Flow of a branch, 0 where a bus out of service keeps it dead.
+BranchFlow live_flow(const Store& s, int l) {
+    const bool from = s.bus.STBUS(s.branch.NFROM(l)), to = s.bus.STBUS(s.branch.NTO(l));
+    const bool open = !s.branch.STLIN(l);
+    if ((from || (open && !s.branch.STLIND(l))) && (to || (open && !s.branch.STLINP(l)))) return branch_flow(s, l);
+    return {};
+}
+
 /// The greater apparent power of the two ends in per cent of the normal rating; nothing without one.
 std::optional<double> loading(const BranchFlow& f, double rating, double base) {
     if (rating >= NO_RATING || rating <= 0.0) return std::nullopt;
@@ -106,7 +114,7 @@ std::string run_json(const Run& run, int status) {
                             {"identification", utf8_from_latin1(trimmed(m.identification))},
                             {"text", utf8_from_latin1(trimmed(m.text))}});
     const Json all = {{"status", status},
-                      {"stop", run.ctl.stop_text},
+                      {"stop", utf8_from_latin1(run.ctl.stop_text)},
                       {"title", utf8_from_latin1(run.TITLE.trimmed())},
                       {"convstat", sol.CONVSTAT},
                       {"itsol", sol.ITSOL},
@@ -150,7 +158,7 @@ std::string branches_csv(Run& run) {
     for (int l : rows(b.NL)) {
         const int from = b.NFROM(l), to = b.NTO(l);
         if (from == 0 || to == 0) continue;  // removed in a block that did not come to its end
-        const BranchFlow f = branch_flow(s, l);
+        const BranchFlow f = live_flow(s, l);
         const int t = of.tap[std::size_t(l)], p = of.phase[std::size_t(l)];
         csv << s.bus.NOINT(from) << s.bus.NOINT(to) << b.NCIR(l) << b.LTYPE(l) << int(b.STLIN(l)) << f.pf * base
             << f.qf * base << f.pt * base << f.qt * base << loading(f, b.CAPAC(l), base)

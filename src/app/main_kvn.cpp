@@ -82,12 +82,13 @@ private:
 /// What is wrong with the command line, in the program's language.
 std::string usage_error(const CLI::ParseError& e) {
     const std::string detail = e.what();
-    const std::string name = e.get_name();
-    if (name == "ExtrasError") return "argumento desconhecido: " + detail.substr(detail.rfind(": ") + 2);
-    if (name == "RequiredError")
-        return detail.find("DECK") != detail.npos ? "falta o nome do arquivo de dados (DECK)"
-                                                  : "falta o comando \"run\"";
-    if (name == "ArgumentMismatch") return "opção sem valor ou repetida: " + detail;
+    if (dynamic_cast<const CLI::ExtrasError*>(&e))
+        return "argumento desconhecido: " + detail.substr(detail.rfind(": ") + 2);
+    if (dynamic_cast<const CLI::RequiredError*>(&e))
+        return detail.find("DECK") == detail.npos ? "falta o comando \"run\"" : "falta o arquivo de dados (DECK)";
+    const std::string option = detail.substr(0, detail.find_first_of(": "));
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&e)) return "opção sem valor ou repetida: " + option;
+    if (dynamic_cast<const CLI::ValidationError*>(&e)) return "opção com valor em branco: " + option;
     return detail;
 }
 
@@ -100,12 +101,15 @@ bool is_device(std::string name) {
 /// Reads the arguments. A status when there is nothing to run.
 std::optional<int> read_arguments(int argc, char** argv, Request& request) {
     CLI::App app("Korvane: análise de redes elétricas em regime permanente.", "kvn");
+    app.option_defaults()->group("Opções");
     app.set_version_flag("--version", VERSION, "Mostra a versão e termina");
-    app.set_help_flag("-h,--help", "Mostra esta ajuda e termina");
+    app.set_help_flag("-h,--help", "Mostra esta ajuda e termina")->group("Opções");
     app.require_subcommand(1);
     app.footer("Estado de saída: 0 normal, 1 erros nos dados ou na execução, 2 uso incorreto.");
     CLI::App& run = *app.add_subcommand("run", "Executa um arquivo de dados");
-    run.add_option("DECK", request.deck, "Arquivo de dados; \"-\" lê a entrada padrão")->required();
+    run.group("Comandos");
+    run.add_option("DECK", request.deck, "Arquivo de dados; \"-\" lê a entrada padrão")->type_name("")->required();
+    run.set_help_flag("-h,--help", "Mostra esta ajuda e termina");
     const std::tuple<const char*, std::string*, const char*, const char*> files[] = {
         {"--report", &request.report, "FILE", "Arquivo dos relatórios pedidos com a opção FILE"},
         {"--cases", &request.cases, "FILE", "Arquivo de casos gravados"},
@@ -114,16 +118,14 @@ std::optional<int> read_arguments(int argc, char** argv, Request& request) {
         {"--export", &request.folder, "DIR", "Pasta do resultado: run.json, buses.csv, branches.csv"}};
     for (const auto& [name, value, kind, text] : files)
         run.add_option(name, *value, text)->type_name(kind)->check([name = std::string(name)](const std::string& v) {
-            return v.empty() ? name + " pede um nome" : std::string();
+            return v.empty() ? name : std::string();
         });
     run.add_flag("--quiet", request.quiet, "Não mostra a saída do programa no terminal");
     for (CLI::App* a : {&app, &run}) {
         a->get_formatter()->label("Usage", "Uso");
-        a->get_formatter()->label("OPTIONS", "[opções]");
+        a->get_formatter()->label("OPTIONS", "opções");
         a->get_formatter()->label("SUBCOMMAND", "COMANDO");
-        a->get_formatter()->label("Subcommands", "Comandos");
         a->get_formatter()->label("Positionals", "Argumentos");
-        a->get_formatter()->label("Options", "Opções");
         a->get_formatter()->label("REQUIRED", "(obrigatório)");
     }
     try {
@@ -202,11 +204,12 @@ std::string failure(const Run& run, const Request& request) {
         if (!error->identification.empty()) what += " (" + utf8_from_latin1(error->identification) + ")";
         what += ": " + utf8_from_latin1(error->text);
     } else {
-        what = run.ctl.stop_text;
+        what = utf8_from_latin1(run.ctl.stop_text);
         what.erase(0, what.find_first_not_of(' '));
     }
     std::string code;
-    if (!run.ctl.log.empty()) code = " no código " + run.ctl.log.back().code;
+    for (const CodeRun& c : run.ctl.log)
+        if (c.code != "FIM") code = " no código " + c.code;
     return "execução terminada com erro" + code + " (" + where + "): " + what;
 }
 
@@ -232,10 +235,11 @@ int run_deck(const Request& request) {
     const char* const arguments[] = {"kvn"};
     int status = run_program(run, arguments);
     os.progress("");
-    if (status != NORMAL) tell(failure(run, request));
     if (!flush_units(run)) {
         tell("um arquivo de saída não pôde ser gravado por inteiro");
         status = FAILED;
+    } else if (status != NORMAL) {
+        tell(failure(run, request));
     }
     if (const std::string_view how = no_solution(run); status == NORMAL && !how.empty())
         tell("atenção: a última solução não convergiu (" + std::string(how) + ")");
@@ -258,7 +262,7 @@ int main(int argc, char** argv) {
         if (const auto status = prepare_files(request)) return *status;
         return run_deck(request);
     } catch (const RunStop& stop) {
-        tell(stop.text);
+        tell(utf8_from_latin1(stop.text));
         return stop.status;
     }
 }

@@ -32,23 +32,22 @@ public:
 
     std::optional<std::string> read_console() override {
         flush_console();
-        std::string line;
-        for (;;) {
+        line_.clear();
+        while (line_.size() < LONGEST_LINE) {
             if (at_ == end_ && !fill()) {
-                if (line.empty()) return std::nullopt;
-                return line;
+                if (line_.empty()) return std::nullopt;
+                break;
             }
             if (after_cr_ && input_[at_] == '\n') ++at_;  // CR LF is one line end
             after_cr_ = false;
             const std::size_t from = at_;
             while (at_ < end_ && input_[at_] != '\n' && input_[at_] != '\r') ++at_;
-            line += std::string_view(input_).substr(from, at_ - from);
-            if (at_ < end_) {
-                after_cr_ = input_[at_++] == '\r';
-                return line;
-            }
-            if (line.size() >= LONGEST_LINE) return line;
+            line_ += std::string_view(input_).substr(from, at_ - from);
+            if (at_ == end_) continue;
+            after_cr_ = input_[at_++] == '\r';
+            break;
         }
+        return line_;
     }
 
     void write_console(std::string_view bytes) override {
@@ -125,6 +124,7 @@ private:
     }
 
     std::string input_ = std::string(BLOCK, '\0');
+    std::string line_;
     std::size_t at_ = 0, end_ = 0;
     bool after_cr_ = false;
     std::string output_;

@@ -28,6 +28,7 @@ void enter(Run& run) {
     if (st.resolve != 0 || !run.opt["PART"_opt]) {
         sol.NITP = 0;
         sol.CONVSTAT = 0;
+        sol.XMI = 1;
         st.nlimq = 0;
     }
 }
@@ -188,6 +189,7 @@ void scan_mismatch(Run& run) {
     const Store& s = run.store;
     Matrices& m = run.mat;
     const Pattern& p = pattern(run);
+    std::fill_n(m.work.held.begin(), p.N, static_cast<unsigned char>(0));
     double worst_p = 0, worst_q = 0, all = 0;
     int at_p = 0, at_q = 0;
     for (int k : rows(s.bus.NB)) {
@@ -196,6 +198,7 @@ void scan_mismatch(Run& run) {
         if (dead(s.bus.NTYPE(k))) {
             side = {0, 0};
             m.diagonal[r] = {.H = HELD, .J = 0, .N = 0, .L = HELD};
+            m.work.held[r] = ANGLE_HELD | VOLTAGE_HELD;
             continue;
         }
         const double v = s.bus.VOLT(k), dp = std::abs(side.DELTA) * v, dq = std::abs(side.WORK) * v;
@@ -227,7 +230,8 @@ void apply_types(Run& run) {
     for (int j : rows(s.gen.NG)) {
         const int k = s.gen.NOGEN(j), type = s.bus.NTYPE(k);
         if (dead(type)) continue;
-        Block& d = m.diagonal[std::size_t(p.NORDER(k) - 1)];
+        const auto r = std::size_t(p.NORDER(k) - 1);
+        Block& d = m.diagonal[r];
         const double v = s.bus.VOLT(k);
         if (type < 1) {
             d.L += s.gen.QGEN(j) / v;
@@ -235,10 +239,12 @@ void apply_types(Run& run) {
         } else {
             d.J = d.N = 0;
             d.L = HELD;
+            m.work.held[r] |= VOLTAGE_HELD;
         }
         if (std::abs(type) == 3) {
             d.H = HELD;
             d.J = d.N = 0;
+            m.work.held[r] |= ANGLE_HELD;
         }
     }
 }
@@ -301,14 +307,17 @@ void correct(Run& run) {
     const double m = sol.XMI;
     double& ratio = run.mat.state.XMF;
     for (int k : rows(s.bus.NB)) {
-        const Sides& d = run.mat.side[std::size_t(p.NORDER(k) - 1)];
+        const auto r = std::size_t(p.NORDER(k) - 1);
+        const Sides& d = run.mat.side[r];
+        const unsigned char held = run.mat.work.held[r];
+        const double angle = held & ANGLE_HELD ? 0 : d.DELTA * m, rise = held & VOLTAGE_HELD ? 0 : d.WORK * m;
         double& v = s.bus.VOLT(k);
         if (step) {
-            s.bus.ANGLE(k) += cut(d.DELTA * m, c.ASTP, ratio);
-            v += cut(v * d.WORK * m, c.VSTP, ratio);
+            s.bus.ANGLE(k) += cut(angle, c.ASTP, ratio);
+            v += cut(v * rise, c.VSTP, ratio);
         } else {
-            s.bus.ANGLE(k) += d.DELTA * m;
-            v *= 1 + d.WORK * m;
+            s.bus.ANGLE(k) += angle;
+            v *= 1 + rise;
         }
         if (!(v >= c.VDVN && v <= c.VDVM)) {
             sol.CONVSTAT = 3;

@@ -161,10 +161,10 @@ OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef*
                      const bool* on) {
     Lists lists(w, n);
     lists.build(nbr, from, to, on);
-    int in_use = 0;
+    // A neighbour in a list is a cell, and there are MXCELL of them. A branch keeps one for itself, in service or not; a
+    // parallel one gives its cells back, and so does a bus that is eliminated.
+    int in_use = 0, idle = 0;
     for (int i = 0; i < n; ++i) in_use += w.length[i];
-    // A branch keeps one cell of its own, in service or not; a parallel one gives its cells back.
-    int idle = 0;
     for (int l = 0; l < nbr; ++l) idle += !on[l];
     int free = MXCELL - in_use - idle;
     if (free < 0) return OrderFault::cells;
@@ -201,6 +201,7 @@ OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef*
             lists.replace(u, merged, after);
             degrees.enter(u, after);
         }
+        free += c;
     }
     p.NFAT = entries;
     return entries > MXFAT ? OrderFault::entries : OrderFault::none;

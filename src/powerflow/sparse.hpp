@@ -22,13 +22,16 @@ constexpr int MXCELL = 120000;   // adjacency cells of the ordering
 constexpr int MXCLASS = 20000;   // degree classes of the ordering
 constexpr int MXCOL = 10000;     // columns of one row during elimination
 constexpr int MXAIM = 1 << 22;   // addresses of updates kept beforehand; beyond it they are searched
-constexpr int MXPOOL = 1 << 20;  // work space of the ordering
+constexpr int MXPOOL = 1 << 19;  // work space of the ordering
 
 /// Pattern::aim of an entry whose updates go to consecutive entries, or have to be searched; else an index of aims.
 constexpr int SAME_ROWS = -1, SEARCHED = -2;
 
 /// Diagonal of a row taken out of play: the single-precision value of 1e15.
 constexpr double HELD = 999999986991104.0;
+
+/// Unknowns that a row holds: their correction is nothing, to the last bit.
+constexpr unsigned char ANGLE_HELD = 1, VOLTAGE_HELD = 2;
 
 /// 2x2 block [H N; J L]: rows are the active and the reactive equation, columns the angle and the voltage. It lies in
 /// memory by columns, so that a product with a pair of unknowns needs no shuffling.
@@ -125,6 +128,7 @@ struct Matrices {
     struct Work {
         Table<Sides, MXBUS> sum;                // what the branches give the two rows of a bus
         Table<int, MXBUS> NOBGEN;               // generator row of a bus
+        std::array<unsigned char, MXROW> held;  // of a row: ANGLE_HELD, VOLTAGE_HELD
         Table<double, MXPHS> sine, cosine;      // of a phase shift
         Table<double, MXLIN> shfrom, shto;      // line-end shunts of a branch
         Table<int, MXILH> slack;                // first slack bus of an island, 0 for none

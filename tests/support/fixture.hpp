@@ -126,12 +126,14 @@ private:
     std::vector<std::string> arguments_;
 };
 
-/// A run of the korvane binary itself: standard input from a string, environment added to this one's.
+/// A run of a program itself: standard input from a string, environment added to this one's.
 struct ProcessResult {
     int status;  // exit status; 128 + signal when it was killed
     std::string output, errors;
 };
 ProcessResult run_korvane(const std::vector<std::string>& arguments, std::string_view standard_input,
                           const std::map<std::string, std::string>& variables = {});
+ProcessResult run_kvn(const std::vector<std::string>& arguments, std::string_view standard_input = "",
+                      const std::map<std::string, std::string>& variables = {});
 
 }  // namespace korvane::testing

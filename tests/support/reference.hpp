@@ -34,7 +34,7 @@ inline std::string reference_deck(const std::string& name, const std::string& li
     std::ifstream in(reference_folder(name) + "/" + name + ".dat");
     std::string deck, line;
     while (std::getline(in, line) && line.rfind("EXLF", 0) != 0) deck += line + "\n";
-    return deck + "DCTE\nTEPA .0001 TEPR .0001\n99999\n" + lines + "FIM\n";
+    return deck + "DCTE\nTEPA  .0001 TEPR  .0001\n99999\n" + lines + "FIM\n";
 }
 
 /// Largest differences from the reference solution: pu, degrees modulo 360, MW or Mvar.
