@@ -144,9 +144,10 @@ enum class OrderFault { none, cells, fill, entries };
 
 /// Minimum degree with updated degrees. Among buses of one degree the first in goes first: in the beginning the
 /// lowest index; a bus whose degree was updated goes behind. Sets NORDER and NFAT, and, when the entries fit, the
-/// rows, the fill and the slots of all branches. n buses, nbr branches of which those with on take part.
+/// rows, the fill and the slots of all branches. n buses, nbr branches of which those with on take part. The lists live in
+/// the first `pool` cells of the work space, and move together when these are used up.
 OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to,
-                      const bool* on);
+                      const bool* on, int pool = MXPOOL);
 
 /// OPTIMO: the order of the plain network or, when the augmented equations have rows of their own, of these.
 /// Messages 100, 120, 130 (with the count of entries); false after any of them.
