@@ -214,13 +214,14 @@ Dense fill_blocks(Solver& s, const Graph& g, unsigned seed, double spread = 1) {
     };
     std::vector<int> degree(std::size_t(g.n + 1), 0);
     for (int l = 0; l < g.branches(); ++l) {
-        const int slot = s.p.slot[std::size_t(l)], k = g.from[std::size_t(l)], m = g.to[std::size_t(l)];
-        if (slot < 0) continue;
-        BlockPair& pair = s.m.fat[std::size_t(slot >> 1)];
+        const Slot slot = s.p.slot[std::size_t(l)];
+        const int k = g.from[std::size_t(l)], m = g.to[std::size_t(l)];
+        if (slot.none()) continue;
+        BlockPair& pair = s.m.fat[std::size_t(slot.entry())];
         const double scale = l % 3 == 0 ? spread : 1;
         auto v = [&] { return value(random) * scale; };
-        put(slot & 1 ? pair.L : pair.U, k, m, v(), v(), v(), v());
-        put(slot & 1 ? pair.U : pair.L, m, k, v(), v(), v(), v());
+        put(slot.reversed() ? pair.L : pair.U, k, m, v(), v(), v(), v());
+        put(slot.reversed() ? pair.U : pair.L, m, k, v(), v(), v(), v());
         ++degree[std::size_t(k)], ++degree[std::size_t(m)];
     }
     for (int k : rows(g.n)) {
@@ -328,7 +329,7 @@ TEST(Scalar, GivesBackTheSolution) {
         for (int l = 0; l < g.branches(); ++l) {
             const int k = g.from[std::size_t(l)] - 1, m = g.to[std::size_t(l)] - 1;
             const double y = value(random);
-            b.value[std::size_t(s.p.slot[std::size_t(l)] >> 1)] -= y;
+            b.value[std::size_t(s.p.slot[std::size_t(l)].entry())] -= y;
             a(k, m) -= y, a(m, k) -= y, a(k, k) += y, a(m, m) += y;
         }
         std::vector<double> x(std::size_t(g.n)), rhs(std::size_t(g.n), 0.0);
@@ -339,8 +340,7 @@ TEST(Scalar, GivesBackTheSolution) {
         }
         ASSERT_EQ(factor_scalar(b, s.p, 1e-10), 0);
         solve_scalar(b, s.p, rhs.data());
-        for (int k : rows(g.n))
-            EXPECT_NEAR(rhs[std::size_t(s.p.NORDER(k) - 1)], x[std::size_t(k - 1)], 1e-11) << seed;
+        for (int k : rows(g.n)) EXPECT_NEAR(rhs[std::size_t(s.p.NORDER(k) - 1)], x[std::size_t(k - 1)], 1e-11) << seed;
     }
 }
 
