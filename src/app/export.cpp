@@ -75,6 +75,14 @@ struct BranchRows {
     }
 };
 
+/// Flow of a branch, 0 where a bus out of service keeps it dead.
+BranchFlow live_flow(const Store& s, int l) {
+    const bool from = s.bus.STBUS(s.branch.NFROM(l)), to = s.bus.STBUS(s.branch.NTO(l));
+    const bool open = !s.branch.STLIN(l);
+    if ((from || (open && !s.branch.STLIND(l))) && (to || (open && !s.branch.STLINP(l)))) return branch_flow(s, l);
+    return {};
+}
+
 /// The greater apparent power of the two ends in per cent of the normal rating; nothing without one.
 std::optional<double> loading(const BranchFlow& f, double rating, double base) {
     if (rating >= NO_RATING || rating <= 0.0) return std::nullopt;
@@ -82,20 +90,11 @@ std::optional<double> loading(const BranchFlow& f, double rating, double base) {
 }
 
 nlohmann::ordered_json counts(const Store& s) {
-    return {{"buses", s.bus.NB},
-            {"branches", s.branch.NL},
-            {"generators", s.gen.NG},
-            {"areas", s.area.NAREA},
-            {"base_groups", s.gbt.NGBT},
-            {"limit_groups", s.glt.NGLT},
-            {"slacks", s.slk.NSLK},
-            {"remote_controls", s.rcb.NRCB},
-            {"shunts", s.sht.NSHT},
-            {"taps", s.tap.NTAP},
-            {"phase_shifters", s.phs.NPHS},
-            {"line_shunts", s.shl.NSHL},
-            {"load_models", s.fld.NFLD},
-            {"injections", s.eqv.NEQV}};
+    return {{"buses", s.bus.NB},         {"branches", s.branch.NL},       {"generators", s.gen.NG},
+            {"areas", s.area.NAREA},     {"base_groups", s.gbt.NGBT},     {"limit_groups", s.glt.NGLT},
+            {"slacks", s.slk.NSLK},      {"remote_controls", s.rcb.NRCB}, {"shunts", s.sht.NSHT},
+            {"taps", s.tap.NTAP},        {"phase_shifters", s.phs.NPHS},  {"line_shunts", s.shl.NSHL},
+            {"load_models", s.fld.NFLD}, {"injections", s.eqv.NEQV}};
 }
 
 }  // namespace
@@ -115,7 +114,7 @@ std::string run_json(const Run& run, int status) {
                             {"identification", utf8_from_latin1(trimmed(m.identification))},
                             {"text", utf8_from_latin1(trimmed(m.text))}});
     const Json all = {{"status", status},
-                      {"stop", run.ctl.stop_text},
+                      {"stop", utf8_from_latin1(run.ctl.stop_text)},
                       {"title", utf8_from_latin1(run.TITLE.trimmed())},
                       {"convstat", sol.CONVSTAT},
                       {"itsol", sol.ITSOL},
@@ -135,15 +134,16 @@ std::string buses_csv(Run& run) {
     const double base = run.cte.BASE;
     const BusElements elements(s);
     map_bus_rows(s);
-    Csv csv("number,name,type,in_service,area,base_kv,v_pu,angle_deg,p_gen_mw,q_gen_mvar,q_min_mvar,q_max_mvar,"
-            "p_load_mw,q_load_mvar,shunt_mvar");
+    Csv csv(
+        "number,name,type,in_service,area,base_kv,v_pu,angle_deg,p_gen_mw,q_gen_mvar,q_min_mvar,q_max_mvar,"
+        "p_load_mw,q_load_mvar,shunt_mvar");
     for (int k : rows(s.bus.NB)) {
         if (s.bus.NOINT(k) == 0) continue;  // removed in a block that did not come to its end
         const BusRow r = bus_row(s, elements, k, base);
         const int g = s.map.NGADR(k), area = s.bus.IAREA(k);
-        csv << r.number << trimmed(r.name) << std::abs(r.type) << int(r.in_service)
-            << (area ? s.area.NAINT(area) : 0) << r.base_kv << r.v << r.angle << r.p_gen << r.q_gen
-            << (g ? s.gen.QMIN(g) * base : 0.0) << (g ? s.gen.QMAX(g) * base : 0.0) << r.p_load << r.q_load << r.shunt;
+        csv << r.number << trimmed(r.name) << std::abs(r.type) << int(r.in_service) << (area ? s.area.NAINT(area) : 0)
+            << r.base_kv << r.v << r.angle << r.p_gen << r.q_gen << (g ? s.gen.QMIN(g) * base : 0.0)
+            << (g ? s.gen.QMAX(g) * base : 0.0) << r.p_load << r.q_load << r.shunt;
         csv.end_row();
     }
     return csv.take();
@@ -158,7 +158,7 @@ std::string branches_csv(Run& run) {
     for (int l : rows(b.NL)) {
         const int from = b.NFROM(l), to = b.NTO(l);
         if (from == 0 || to == 0) continue;  // removed in a block that did not come to its end
-        const BranchFlow f = branch_flow(s, l);
+        const BranchFlow f = live_flow(s, l);
         const int t = of.tap[std::size_t(l)], p = of.phase[std::size_t(l)];
         csv << s.bus.NOINT(from) << s.bus.NOINT(to) << b.NCIR(l) << b.LTYPE(l) << int(b.STLIN(l)) << f.pf * base
             << f.qf * base << f.pt * base << f.qt * base << loading(f, b.CAPAC(l), base)

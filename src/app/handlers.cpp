@@ -74,6 +74,7 @@ void solve_power_flow(Run& run) {
         run.opt.set("ILHA"_opt, by_island);
     }
     run.ctl.KNTRL[18] = run.ctl.KNTRL[19] = false;
+    if (!solved) INTERR(run);
 }
 
 void print_reports(Run& run) {

@@ -9,6 +9,7 @@ namespace korvane {
 void constants_block(Run& run);
 
 /// EXLF: solves the network; after an answer without errors KNTRL 16 is true and the reports of the line are printed.
+/// A network that diverges is an answer; one that cannot be solved at all is an error, and INTERR decides.
 void solve_power_flow(Run& run);
 
 /// RELA: the reports of the line.

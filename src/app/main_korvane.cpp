@@ -10,6 +10,6 @@ int main(int argc, char** argv) {
     const StorePtr store = make_store();
     const MatricesPtr matrices = make_matrices();
     Run run(*platform, *store, *matrices);
-    run.ctl.codes = code_table();
+    equip(run);
     return run_program(run, {argv, std::size_t(argc)});
 }

@@ -247,8 +247,11 @@ std::vector<Slot> slots_of(Run& run, std::span<const Field<C>> fields) {
                 }
             },
             f.into);
-        for (const FormatRow::Field& g : format)
-            if (g.column == s.first && g.width == s.width) s.decimals = g.decimals;
+        const auto described = std::find_if(format.begin(), format.end(), [&](const FormatRow::Field& g) {
+            return g.column == s.first && g.width == s.width;
+        });
+        assert(described != format.end() && "a field of the block has no descriptor over its columns in row 2");
+        if (described != format.end()) s.decimals = described->decimals;
         s.factor = factor_of(run, f.rules.unit);
         s.shift = f.rules.unit == Scale::percent_above ? 1.0 : 0.0;
         slots.push_back(s);

@@ -6,7 +6,7 @@ namespace korvane {
 
 /// Writes v right-aligned into the width columns at out, as Fw.d does: d digits behind the point, rounded as an
 /// exact decimal conversion rounds (half to even). A zero before the point is left out when there is no column for
-/// it. Stars when it does not fit, or v is not finite.
+/// it, and a negative number that rounds to zero has no sign. Stars when it does not fit, or v is not finite.
 void put_fixed(char* out, int width, int decimals, double v);
 
 /// The same as Ew.d does: 0.ddddE+ee, with d significant digits.
@@ -22,7 +22,7 @@ bool get_real(std::string_view field, int implied, double& v);
 /// An integer in the columns of field, blanks closed up; blank reads as 0. False when it is no integer of 32 bits.
 bool get_integer(std::string_view field, int& v);
 
-/// PUTREAL: a real in n columns with as many of seven significant digits as fit; see docs/decks.md for the forms.
+/// PUTREAL: a real in n columns with as many of seven significant digits as fit; docs/catalogue.md has the forms.
 /// Stars above 1 and "0." at or below 1 when nothing fits.
 void PUTREAL(double value, int n, char* field);
 

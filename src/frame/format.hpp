@@ -17,25 +17,23 @@ namespace korvane {
 struct Arg {
     enum class Kind : std::uint8_t { integer, real, text };
     Kind kind;
+    std::uint32_t columns = 0;  // of a text
     union {
         long long i;
         double r;
-        struct {
-            const char* p;
-            std::size_t n;
-        } t;
+        const char* p;
     };
     Arg(int v) : kind(Kind::integer), i(v) {}
     Arg(long long v) : kind(Kind::integer), i(v) {}
     Arg(std::size_t v) : kind(Kind::integer), i(static_cast<long long>(v)) {}
     Arg(double v) : kind(Kind::real), r(v) {}
-    Arg(std::string_view v) : kind(Kind::text), t{v.data(), v.size()} {}
+    Arg(std::string_view v) : kind(Kind::text), columns(std::uint32_t(v.size())), p(v.data()) {}
     Arg(const std::string& v) : Arg(std::string_view(v)) {}
     Arg(const char* v) : Arg(std::string_view(v)) {}
     template <int N>
     Arg(const Text<N>& v) : Arg(v.view()) {}
     Arg(bool) = delete;
-    std::string_view text() const { return {t.p, t.n}; }
+    std::string_view text() const { return {p, columns}; }
 };
 
 /// One value to be read by a format row.

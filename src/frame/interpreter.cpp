@@ -60,6 +60,7 @@ void KORVAN(Run& run) {
             // The entry is there before the handler runs, so that a code that stops the run is told too.
             const std::size_t entry = c.log.size();
             c.log.push_back({std::string(row.code, 4), 0});
+            run.os.progress(c.log[entry].code);
             while (c.log[entry].code.back() == ' ') c.log[entry].code.pop_back();
             if (const int refusal = run_code(run, row)) {
                 c.NEXT = refusal;

@@ -149,7 +149,7 @@ void check_generation(Run& run, BusEdit& e, const BusBlock& block) {
     BusCard& c = e.card;
     const int g = e.adds() ? 0 : s.map.NGADR(e.row);
     const bool qmin_given = e.given(&BusCard::qmin), qmax_given = e.given(&BusCard::qmax);
-    if (!g && holds_voltage(c.type) && !qmin_given && !qmax_given) {  // a new machine that nobody limits
+    if (!g && c.type == 1 && !qmin_given && !qmax_given) {  // a new machine that nobody limits
         e.amend(&BusCard::qmin, -9999 * run.cte.RBASE);
         e.amend(&BusCard::qmax, NO_LIMIT_MW * run.cte.RBASE);
     }

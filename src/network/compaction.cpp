@@ -67,10 +67,10 @@ int bring_forward(Store& s, Tables& t, int n, Keep keep) {
             to = row_scratch(s).data();
             for (int k = 0; k <= t.count(); ++k) to[k] = k;
         }
-        swap_rows(t, i, j);
+        swap_rows(&t, layout_of(Tables::family), i, j);
         std::swap(to[i++], to[j--]);
     }
-    if (to) remap<Tables::family>(s, RowMap(to));
+    if (to) remap(s, Tables::family, RowMap(to));
     return i - 1;
 }
 

@@ -22,4 +22,8 @@ struct FoundBranch {
 };
 FoundBranch FNDLIN(const Run& run, int from, int to, int circuit);
 
+/// Number and name of a bus (position or number), the ends of a branch, the name of a link: what a message says of its
+/// element.
+ElementName name_element(const Run& run, int element, int type);
+
 }  // namespace korvane

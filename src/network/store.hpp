@@ -1,7 +1,9 @@
 // The network store: every table of the network, its address lists, and the operations that hold for all of them.
 #pragma once
 #include <memory>
+#include <optional>
 #include <span>
+#include <vector>
 
 #include "network/elements.hpp"
 
@@ -204,40 +206,33 @@ int rows_taken(Store& s, Tables& t) {
     return t.count() + s.cmp.of(Tables::family).off * s.cmp.compacted;
 }
 
+/// One table of a family without its type: enough to move its entries, and to follow what they refer to. Walking these
+/// at run time keeps one copy of the code that moves rows, where templates over all families and columns would make
+/// thousands.
+struct ColumnInfo {
+    const char* name;
+    std::size_t offset;            // of the table in its family
+    std::size_t size;              // bytes of an entry
+    std::optional<Family> target;  // what its entries refer to
+};
+struct FamilyInfo {
+    Family family;
+    std::size_t offset;  // in the store; the row count stands first in a family
+    bool referenced;     // some table refers to it
+    std::vector<ColumnInfo> columns;
+};
+
+/// All families with their columns, from columns(), in the order of families().
+const std::vector<FamilyInfo>& store_layout();
+const FamilyInfo& layout_of(Family f);
+
+/// Row `from` of the family at `tables` also stands at row `to`.
+void copy_row(void* tables, const FamilyInfo& layout, int from, int to);
 /// Rows i and j trade places in every column of the family.
-template <class Tables>
-void swap_rows(Tables& t, int i, int j) {
-    each_table(t, [=](const auto&, auto& table) { std::swap(table(i), table(j)); });
-}
+void swap_rows(void* tables, const FamilyInfo& layout, int i, int j);
 
 /// Follow moved rows of family F wherever the store refers to them.
-template <Family F>
-void remap(Store& s, const RowMap& moved) {
-    each_family(s, [&](auto& family) {
-        each_table(family, [&](const auto& c, auto& table) {
-            if constexpr (std::is_same_v<typename std::remove_cvref_t<decltype(c)>::value_type, Ref<F>>)
-                for (int i : rows(rows_taken(s, family))) table(i).at = moved(table(i));
-        });
-    });
-}
-
-/// Whether any table of the store refers to rows of family F.
-template <Family F>
-constexpr bool referenced() {
-    bool found = false;
-    auto look = [&](auto* family) {
-        std::apply(
-            [&](const auto&... c) {
-                ((found = found || std::is_same_v<typename std::remove_cvref_t<decltype(c)>::value_type, Ref<F>>), ...);
-            },
-            std::remove_pointer_t<decltype(family)>::columns());
-    };
-    using Families = decltype(std::declval<Store&>().families());
-    [&]<class... T>(std::type_identity<std::tuple<T&...>>) {
-        (look(static_cast<T*>(nullptr)), ...);
-    }(std::type_identity<Families>{});
-    return found;
-}
+void remap(Store& s, Family f, const RowMap& moved);
 
 /// Work space of one int for every row that a map of old to new rows may need.
 std::span<int> row_scratch(Store& s);
@@ -250,12 +245,13 @@ int close_up(Store& s, Tables& t, Keep keep) {
     int* const to = row_scratch(s).data();
     const int before = t.count();
     int n = 0;
-    for (int i : rows(before)) {
-        to[i] = keep(i) ? ++n : 0;
-        if (to[i] && n != i) each_table(t, [=](const auto&, auto& table) { table(n) = table(i); });
-    }
+    for (int i : rows(before)) to[i] = keep(i) ? ++n : 0;
+    if (n == before) return 0;
+    const FamilyInfo& layout = layout_of(Tables::family);
+    for (int i : rows(before))
+        if (to[i] && to[i] != i) copy_row(&t, layout, i, to[i]);
     t.count() = n;
-    if (n != before) remap<Tables::family>(s, RowMap(to));
+    remap(s, Tables::family, RowMap(to));
     return before - n;
 }
 
@@ -266,12 +262,13 @@ int add_live_row(Store& s, Tables& t) {
     static_assert(Tables::family != Family::bus && Tables::family != Family::branch);
     const int total = rows_taken(s, t), i = t.count() + 1;
     if (total >= i) {
-        each_table(t, [=](const auto&, auto& table) { table(total + 1) = table(i); });
-        if constexpr (referenced<Tables::family>()) {
+        const FamilyInfo& layout = layout_of(Tables::family);
+        copy_row(&t, layout, i, total + 1);
+        if (layout.referenced) {
             int* const to = row_scratch(s).data();
             for (int k = 0; k <= total; ++k) to[k] = k;
             to[i] = total + 1;
-            remap<Tables::family>(s, RowMap(to));
+            remap(s, Tables::family, RowMap(to));
         }
     }
     return add_row(t);

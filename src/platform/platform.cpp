@@ -5,7 +5,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -33,25 +32,22 @@ public:
 
     std::optional<std::string> read_console() override {
         flush_console();
-        std::string line;
-        for (;;) {
+        line_.clear();
+        while (line_.size() < LONGEST_LINE) {
             if (at_ == end_ && !fill()) {
-                if (line.empty()) return std::nullopt;
-                return line;
+                if (line_.empty()) return std::nullopt;
+                break;
             }
             if (after_cr_ && input_[at_] == '\n') ++at_;  // CR LF is one line end
             after_cr_ = false;
-            for (std::size_t i = at_; i < end_; ++i) {
-                if (input_[i] != '\n' && input_[i] != '\r') continue;
-                line.append(input_.data() + at_, i - at_);
-                after_cr_ = input_[i] == '\r';
-                at_ = i + 1;
-                return line;
-            }
-            line.append(input_.data() + at_, end_ - at_);
-            at_ = end_;
-            if (line.size() >= LONGEST_LINE) return line;
+            const std::size_t from = at_;
+            while (at_ < end_ && input_[at_] != '\n' && input_[at_] != '\r') ++at_;
+            line_ += std::string_view(input_).substr(from, at_ - from);
+            if (at_ == end_) continue;
+            after_cr_ = input_[at_++] == '\r';
+            break;
         }
+        return line_;
     }
 
     void write_console(std::string_view bytes) override {
@@ -127,7 +123,8 @@ private:
         }
     }
 
-    std::array<char, BLOCK> input_{};
+    std::string input_ = std::string(BLOCK, '\0');
+    std::string line_;
     std::size_t at_ = 0, end_ = 0;
     bool after_cr_ = false;
     std::string output_;

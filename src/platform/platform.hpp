@@ -41,6 +41,8 @@ public:
     virtual int shell(const std::string& command) = 0;
     /// Shows a text to the operator in a box with a stop icon; false when the platform has no such thing.
     virtual bool message_box(std::string_view text) = 0;
+    /// Tells whoever waits that the run has come to this step.
+    virtual void progress(std::string_view step) { (void)step; }
 };
 
 /// The platform that this build runs on.

@@ -109,26 +109,28 @@ void print_narrow(Run& run, Page& page, const BusRow& r) {
     if (has_devices(r)) page.line(DEVICES80, tenths(r.compensator), tenths(r.line_shunts));
 }
 
-constexpr Form FULL{
-    "OUTBUS", HEADING80, HEADING132,
-    [](bool narrow, const BusRow& r) { return (narrow ? 2 : 1) + has_devices(r); },
-    [](Run& run, Page& page, bool narrow, const BusRow& r) {
-        narrow ? print_narrow(run, page, r) : print_wide(run, page, r);
-    }};
+constexpr Form FULL{"OUTBUS", HEADING80, HEADING132,
+                    [](bool narrow, const BusRow& r) { return (narrow ? 2 : 1) + has_devices(r); },
+                    [](Run& run, Page& page, bool narrow, const BusRow& r) {
+                        narrow ? print_narrow(run, page, r) : print_wide(run, page, r);
+                    }};
 
 /// After a linear solution: voltages are 1 and reactive power has no meaning, so one narrow row serves both widths.
-constexpr Form LINEAR{
-    "OUTBML", HEADING80, HEADING80, [](bool, const BusRow&) { return 1; },
-    [](Run& run, Page& page, bool, const BusRow& r) {
-        page.line(ROW80, r.number, r.name, r.type, hundredths(r.angle), tenths(r.p_gen), tenths(r.p_equivalent),
-                  tenths(r.p_load), tenths(r.p_link), tenths(r.p_motor), state_text(run, r));
-    }};
+constexpr Form LINEAR{"OUTBML", HEADING80, HEADING80, [](bool, const BusRow&) { return 1; },
+                      [](Run& run, Page& page, bool, const BusRow& r) {
+                          page.line(ROW80, r.number, r.name, r.type, hundredths(r.angle), tenths(r.p_gen),
+                                    tenths(r.p_equivalent), tenths(r.p_load), tenths(r.p_link), tenths(r.p_motor),
+                                    state_text(run, r));
+                      }};
 
 /// Prints buses, with a heading on each page.
 class BusPrinter {
 public:
     BusPrinter(Run& run, const Form& form)
-        : run_(run), form_(form), page_((open_report(run, form.block), run)), narrow_(run.opt["80CO"_opt]),
+        : run_(run),
+          form_(form),
+          page_((open_report(run, form.block), run)),
+          narrow_(run.opt["80CO"_opt]),
           elements_(run.store) {
         map_bus_rows(run.store);
     }

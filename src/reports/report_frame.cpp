@@ -27,7 +27,11 @@ constexpr Report REPORTS[] = {
     {.option = "RSIS"_opt, .place = 1},
     {.option = "RARE"_opt},
     {.option = "RMIS"_opt},
-    {.option = "RBAR"_opt, .place = 3, .full = OUTBUS, .selecting = SELBUS, .full_linear = OUTBML,
+    {.option = "RBAR"_opt,
+     .place = 3,
+     .full = OUTBUS,
+     .selecting = SELBUS,
+     .full_linear = OUTBML,
      .selecting_linear = SELBML},
     {.option = "RCER"_opt, .place = 4},
     {.option = "RBEQ"_opt},
@@ -117,8 +121,8 @@ constexpr Report REPORTS[] = {
 
 /// Rows of REPORTS in the order of the conversational reports.
 constexpr auto CONVERSATIONAL = [] {
-    constexpr auto count = std::size_t(std::count_if(std::begin(REPORTS), std::end(REPORTS),
-                                                     [](const Report& r) { return r.place != 0; }));
+    constexpr auto count = std::size_t(
+        std::count_if(std::begin(REPORTS), std::end(REPORTS), [](const Report& r) { return r.place != 0; }));
     std::array<const Report*, count> order{};
     for (const Report& r : REPORTS)
         if (r.place != 0) order[std::size_t(r.place - 1)] = &r;  // a place beyond the count does not compile
@@ -163,7 +167,11 @@ private:
 
 struct KeptRatings {
     explicit KeptRatings(BranchTables& b)
-        : capac(b.CAPAC, b.NL), capae(b.CAPAE, b.NL), capaq(b.CAPAQ, b.NL), kapac(b.KAPAC, b.NL), kapae(b.KAPAE, b.NL),
+        : capac(b.CAPAC, b.NL),
+          capae(b.CAPAE, b.NL),
+          capaq(b.CAPAQ, b.NL),
+          kapac(b.KAPAC, b.NL),
+          kapae(b.KAPAE, b.NL),
           kapaq(b.KAPAQ, b.NL) {}
     Kept<double, MXLIN> capac, capae, capaq;
     Kept<int, MXLIN> kapac, kapae, kapaq;
@@ -233,7 +241,8 @@ void print_reports(Run& run) {
 void report_dispatch(Run& run) {
     Store& s = run.store;
     const Narrowing narrow = narrowing(run.opt);
-    const bool any = std::any_of(std::begin(REPORTS), std::end(REPORTS), [&](const Report& r) { return asked(run, r); });
+    const bool any =
+        std::any_of(std::begin(REPORTS), std::end(REPORTS), [&](const Report& r) { return asked(run, r); });
     bool good = true;
     if (any || narrow != Narrowing::none) {
         if (run.opt["CILH"_opt] || run.opt["ILHA"_opt]) search_islands(run);

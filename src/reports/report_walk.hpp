@@ -1,4 +1,5 @@
-// What reports have in common: how they open, and the order in which they go through the network. Included within the folder only.
+// What reports have in common: how they open, and the order in which they go through the network. Included within the
+// folder only.
 #pragma once
 #include <string_view>
 #include <vector>

@@ -55,7 +55,7 @@ private:
 struct BusRow {
     int number;
     std::string_view name;
-    int type;        // as on the card; minus: at a limit
+    int type;  // as on the card; minus: at a limit
     bool in_service;
     double base_kv;  // 0 without a base-voltage group
     double v, angle;
@@ -63,7 +63,7 @@ struct BusRow {
     double p_equivalent, q_equivalent, share;  // share in per cent
     double p_load, q_load;                     // at the present voltage
     double p_link, q_link;
-    double shunt, equivalent_shunt;            // at the present voltage
+    double shunt, equivalent_shunt;  // at the present voltage
     double p_motor, q_motor;
     double compensator, line_shunts;
 };

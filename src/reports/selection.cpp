@@ -25,7 +25,8 @@ void log_selection(Run& run, std::string_view line) {
 bool read_list(Run& run, List& list) {
     std::array<Target, LIST_FIELDS> targets = [&]<std::size_t... I>(std::index_sequence<I...>) {
         return std::array<Target, LIST_FIELDS>{Target(&list[I])...};
-    }(std::make_index_sequence<LIST_FIELDS>{});
+    }
+    (std::make_index_sequence<LIST_FIELDS>{});
     for (int i = 0; i < LIST_FIELDS; ++i) RJUST(run.CARD.at + i * LIST_WIDTH, LIST_WIDTH);
     return run.fmt.rot(LIST_CARD).read(run.CARD.view(), targets);
 }

@@ -102,7 +102,7 @@ Session::Session(const SessionOptions& options)
       matrices_memory(make_matrices()),
       run(os, *store_memory, *matrices_memory),
       arguments_(options.arguments) {
-    run.ctl.codes = code_table();
+    equip(run);
     os.input = options.via == Via::console ? InputKind::console : InputKind::redirected;
     os.variables = options.variables;
     if (options.print_file) os.variables.emplace("KVN$PRINT", "print.out");
@@ -184,10 +184,8 @@ void drain(int out, int err, ProcessResult& result) {
     }
 }
 
-}  // namespace
-
-ProcessResult run_korvane(const std::vector<std::string>& arguments, std::string_view standard_input,
-                          const std::map<std::string, std::string>& variables) {
+ProcessResult run_binary(const char* name, const std::vector<std::string>& arguments, std::string_view standard_input,
+                         const std::map<std::string, std::string>& variables) {
     static std::atomic<int> count = 0;
     const fs::path input =
         fs::temp_directory_path() / ("korvane-input-" + std::to_string(getpid()) + '-' + std::to_string(count++));
@@ -201,7 +199,7 @@ ProcessResult run_korvane(const std::vector<std::string>& arguments, std::string
         dup2(out[1], 1);
         dup2(err[1], 2);
         for (int fd : {out[0], out[1], err[0], err[1]}) close(fd);
-        const std::string program = std::string(KORVANE_BIN) + "/korvane";
+        const std::string program = std::string(KORVANE_BIN) + "/" + name;
         std::vector<char*> argv{const_cast<char*>(program.c_str())};
         for (const std::string& a : arguments) argv.push_back(const_cast<char*>(a.c_str()));
         argv.push_back(nullptr);
@@ -220,6 +218,18 @@ ProcessResult run_korvane(const std::vector<std::string>& arguments, std::string
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     fs::remove(input);
     return result;
+}
+
+}  // namespace
+
+ProcessResult run_korvane(const std::vector<std::string>& arguments, std::string_view standard_input,
+                          const std::map<std::string, std::string>& variables) {
+    return run_binary("korvane", arguments, standard_input, variables);
+}
+
+ProcessResult run_kvn(const std::vector<std::string>& arguments, std::string_view standard_input,
+                      const std::map<std::string, std::string>& variables) {
+    return run_binary("kvn", arguments, standard_input, variables);
 }
 
 }  // namespace korvane::testing

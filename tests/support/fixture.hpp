@@ -86,7 +86,7 @@ enum class Via {
 struct SessionOptions {
     Via via = Via::environment;
     bool print_file = true;              // KVN$PRINT names a file, so "FILE" reports can be read in print()
-    std::vector<std::string> arguments;  // behind the program name
+    std::vector<std::string> arguments = {};  // behind the program name
     std::map<std::string, std::string> variables = {};
     /// Last touches before the run: files in the directory, clock, ...
     std::function<void(const TempDir&, FakePlatform&)> prepare = {};
@@ -126,12 +126,14 @@ private:
     std::vector<std::string> arguments_;
 };
 
-/// A run of the korvane binary itself: standard input from a string, environment added to this one's.
+/// A run of a program itself: standard input from a string, environment added to this one's.
 struct ProcessResult {
     int status;  // exit status; 128 + signal when it was killed
     std::string output, errors;
 };
 ProcessResult run_korvane(const std::vector<std::string>& arguments, std::string_view standard_input,
                           const std::map<std::string, std::string>& variables = {});
+ProcessResult run_kvn(const std::vector<std::string>& arguments, std::string_view standard_input = "",
+                      const std::map<std::string, std::string>& variables = {});
 
 }  // namespace korvane::testing
