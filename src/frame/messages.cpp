@@ -14,6 +14,12 @@ constexpr int PLAIN = 22, TEXT = 24, ONE_ELEMENT = 28, BRANCH_ENDS = 29, STREAM_
 
 constexpr std::string_view AFTER_ERROR = "** Termino anormal em consequencia de ERRO na execucao **";
 
+/// A text left-justified in so many columns.
+std::string padded(std::string text, std::size_t columns) {
+    if (text.size() < columns) text.resize(columns, ' ');
+    return text;
+}
+
 std::string_view trimmed(std::string_view s) {
     const auto end = s.find_last_not_of(' ');
     return end == std::string_view::npos ? std::string_view{} : s.substr(0, end + 1);
@@ -33,7 +39,9 @@ ElementName name_of(const Run& run, int element, int type) {
 std::string bus_columns(int number, std::string_view name) {
     const std::string digits = std::to_string(number);
     std::string s(digits.size() < 5 ? 5 - digits.size() : 0, ' ');
-    return s.append(digits).append(" ").append(name);
+    s.append(digits);
+    if (!name.empty()) s.append(" ").append(name);
+    return s;
 }
 
 /// What the element is, as the line of the message shows it; branches have a row of their own.
@@ -125,8 +133,8 @@ void MSGTXT(Run& run, std::string_view routine, int number, int element, int typ
     const Formats::Rows& words = load_rows(run, "ERROID");
     const int layout = layout_of(element, type);
     const bool warning = number < 1;
-    const std::string& word = words[warning ? WORD_WARNING : WORD_ERROR].text();
-    const std::string& label = words[std::size_t(LABEL + std::clamp(layout, 0, 9))].text();
+    const std::string word = padded(words[warning ? WORD_WARNING : WORD_ERROR].text(), 7);
+    const std::string label = padded(words[std::size_t(LABEL + std::clamp(layout, 0, 9))].text(), 9);
     const std::string& text = MSGFND(run, routine, number);
     const ElementName e =
         layout == element::none || layout == element::number ? ElementName{} : name_of(run, element, type);

@@ -85,14 +85,13 @@ void PAGHDR(Run& run) {
         run.opt.clear("IMPR"_opt);
         return;
     }
-    const std::string_view title = run.TITLE.trimmed();
     const bool wide = page_width(run) == 132;
     const int first = wide ? HEADING132 : HEADING80;
     if (wide)
         print_fix(run, first, {PROGRAM_STAMP, ++p.number});
     else
         print_fix(run, first, {PROGRAM_STAMP});
-    print_fix(run, first + 1, {title});
+    print_fix(run, first + 1, {run.TITLE});
     print_fix(run, first + 2, {});
     if (p.subject) {
         p.subject(run);

@@ -146,6 +146,7 @@ void Selector::split() {
     }
     (std::make_index_sequence<FIELDS>{});
     run_.fmt.fix(SPLIT).read(ctl_.KODLIN, fields);
+    if (ctl_.KODLIN[0] == '@') return;
     // Between two fields nothing may stand; what does is not lost without a word.
     bool between = false;
     for (std::size_t column = 4; column < LINE; column += 5) between |= ctl_.KODLIN[column] != ' ';

@@ -105,7 +105,8 @@ void PWFSOL(Run& run) {
     if (!inner) warn_of_options(run);
     MSGOUT(run);
 
-    // What this build solves: alternating current by Newton.
+    // What this build solves: alternating current by Newton. The options stand again as they were at the end.
+    const bool part = run.opt["PART"_opt], linear = run.opt["LFDC"_opt];
     run.opt.set("NEWT"_opt);
     run.opt.clear("PART"_opt);
     run.opt.clear("LFDC"_opt);
@@ -131,6 +132,8 @@ void PWFSOL(Run& run) {
     if (sound) solve(run);
     STOON(run);
 
+    run.opt.set("PART"_opt, part);
+    run.opt.set("LFDC"_opt, linear);
     if (removed > 0) OUTDBC(run);
     const bool converged = s.sol.CONVSTAT == 1;
     if (converged && !inner) warn_of_low_load(run);

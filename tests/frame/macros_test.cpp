@@ -62,9 +62,9 @@ TEST(Macros, AreDefinedWholeOrNotAtAll) {
 
 TEST(Macros, ACallSetsTheOptionsOfTheLastDefinitionOfItsName) {
     Session s({.via = Via::console});
-    Run& run = s.start().run;
+    auto& run = s.start().run;
     s.feed(card("RESOLVE", "EXLF", {"FLAT"}) + card("@OUTRA", "RELA", {"RBAR"}) +
-           card("RESOLVE", "EXLF", {"QLIM", "CTAP"}) + "99999\n" + "@resolve STEP\n@OUTRA\n@RESOLV\n");
+           card("RESOLVE", "EXLF", {"QLIM", "CTAP"}) + "99999\n" + "@resolve                STEP\n@OUTRA\n@RESOLV\n");
     INPMAC(run);
     EXPECT_EQ(SELKOD(run), 16);
     EXPECT_TRUE(run.opt["QLIM"_opt] && run.opt["NEWT"_opt]);
@@ -78,14 +78,14 @@ TEST(Macros, ACallSetsTheOptionsOfTheLastDefinitionOfItsName) {
 }
 
 TEST(Macros, OfTheFileComeBackInTheNextRun) {
-    const std::string deck = "DMAC GRAV\n" + card("AÇÃO", "VISO", {"IMPR"}) + "99999\nFIM\n";
+    const std::string deck = "DMAC GRAV\n" + card("A\xC7\xC3O", "VISO", {"IMPR"}) + "99999\nFIM\n";
     Session first(deck, {.prepare = [](const TempDir& d, FakePlatform&) { d.write("KVNMACRO", "( macros\n99999"); }});
     EXPECT_EQ(first.status, 0) << first.messages();
     const std::string file = first.dir.read("KVNMACRO");
     EXPECT_EQ(file.substr(0, 14), "( macros\n99999") << "what stood in the file stays";
 
     Session second({.prepare = [&](const TempDir& d, FakePlatform&) { d.write("KVNMACRO", file); }});
-    Run& run = second.start().run;
+    auto& run = second.start().run;
     ASSERT_EQ(run.ctl.macros.size(), 1u);
     EXPECT_EQ(defined(run), defined(first.run));
 }

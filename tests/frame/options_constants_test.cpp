@@ -79,8 +79,12 @@ TEST(Constants, DefaultsAreWhatACardWouldHaveGiven) {
         if (row.whole) s.run.cte.*row.whole = -7;
         if (name == "BASE") s.run.cte.BASE = 100;
         INPCTE(s.run);
-        if (row.real) EXPECT_EQ(s.run.cte.*row.real, reset.*row.real) << name;
-        if (row.whole) EXPECT_EQ(s.run.cte.*row.whole, reset.*row.whole) << name;
+        if (row.real) {
+            EXPECT_EQ(s.run.cte.*row.real, reset.*row.real) << name;
+        }
+        if (row.whole) {
+            EXPECT_EQ(s.run.cte.*row.whole, reset.*row.whole) << name;
+        }
     }
 }
 
@@ -130,7 +134,9 @@ struct ConstantCase {
 TEST(Constants, FollowFromEachOther) {
     using C = Constants;
     const ConstantCase cases[] = {
-        {"BASE 200", {{&C::BASE, 200}, {&C::RBASE, 0.005}, {&C::TEPA, 0.0005}, {&C::EXST, 0.002}, {&C::VMVF, 0.15}}, {}},
+        {"BASE 200",
+         {{&C::BASE, 200}, {&C::RBASE, 0.005}, {&C::TEPA, 0.0005}, {&C::EXST, 0.002}, {&C::VMVF, 0.15}},
+         {}},
         {"TEPA 1.0    BASE 200", {{&C::TEPA, 1.0 / 200}, {&C::EXST, 4.0 / 200}, {&C::TEPR, 0.0005}}, {}},
         {"BASE 200    BASE 50", {{&C::TEPA, 0.002}}, {}},
         {"TEPR 2.0", {{&C::QLST, 0.08}, {&C::TPST, 0.04}}, {}},
@@ -193,7 +199,7 @@ TEST(Constants, AWrongEntryLeavesItsOldValueAndTheOthersApply) {
 TEST(Constants, RatingsAreScaledButNotThoseThatAreNone) {
     for (const char* option : {"", "EMRG"}) {
         Session s({.via = Via::console});
-        Run& run = s.start().run;
+        auto& run = s.start().run;
         BranchTables& b = run.store.branch;
         for (double rating : {100.0, NO_RATING, INFINITE_RATING}) {
             const int l = add_row(b);

