@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const MatricesPtr matrices = make_matrices();
     BytesPlatform platform(std::string_view(reinterpret_cast<const char*>(data), size));
     Run run(platform, *store, *matrices);
-    run.ctl.codes = code_table();
+    equip(run);
     const char* const arguments[] = {"korvane"};
     run_program(run, arguments);
     return 0;

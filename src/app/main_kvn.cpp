@@ -231,7 +231,7 @@ int run_deck(const Request& request) {
     const StorePtr store = make_store();
     const MatricesPtr matrices = make_matrices();
     Run run(os, *store, *matrices);
-    run.ctl.codes = code_table();
+    equip(run);
     const char* const arguments[] = {"kvn"};
     int status = run_program(run, arguments);
     os.progress("");

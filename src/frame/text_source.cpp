@@ -5,7 +5,6 @@ namespace korvane {
 
 namespace {
 
-constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 constexpr char UNKNOWN_CHARACTER = '\xBF';  // inverted question mark, which no name may hold
 
 bool is_ascii(std::string_view s) {

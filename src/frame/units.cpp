@@ -77,7 +77,8 @@ bool read_line(Run& run, std::string_view& line) {
         return false;
     }
     u.console_ends = 0;
-    u.console_line = latin1_from_utf8(*typed);
+    const bool marked = !std::exchange(u.console_begun, true) && typed->starts_with(BYTE_ORDER_MARK);
+    u.console_line = latin1_from_utf8(std::string_view(*typed).substr(marked ? BYTE_ORDER_MARK.size() : 0));
     line = u.console_line;
     return true;
 }

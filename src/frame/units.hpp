@@ -58,6 +58,7 @@ struct Units {
     int LULOG = unit::null;                              // unit that the log goes to: 80 or LUN[3]
     std::string console_line;                            // the line read from the console last
     bool output_lost = false;                            // a file that was closed could not take all its lines
+    bool console_begun = false;                          // a line has been read from it
     int console_ends = 0;                                // ends of input met at the console, one after the other
 
     /// A name in the environment that led to no file, and what the role fell back to. Shown below the table of units.
@@ -113,5 +114,6 @@ bool flush_units(Run& run);
 /// text is taken as Latin-1 already and returned as it stands.
 std::string latin1_from_utf8(std::string_view utf8);
 std::string utf8_from_latin1(std::string_view latin1);
+constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";  // before the first line of a text in UTF-8
 
 }  // namespace korvane

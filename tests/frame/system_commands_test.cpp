@@ -78,7 +78,7 @@ TEST(MessageBox, ALineOfTheDeckIsShown) {
                         {.prepare = [=](const TempDir&, FakePlatform& os) { os.has_boxes = boxes; }});
         EXPECT_EQ(s.messages(), "");
         EXPECT_EQ(s.os.boxes, boxes ? std::vector<std::string>{"(olá, operação"} : std::vector<std::string>{});
-        EXPECT_EQ(s.console().find(" *** (olá, operação\n") == std::string::npos, boxes);
+        EXPECT_EQ(s.console().find("*** (olá, operação\n") == std::string::npos, boxes);
     }
     EXPECT_EQ(Session("DMSG\n").messages(), "INPMSG 100");
 }

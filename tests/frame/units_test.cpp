@@ -92,7 +92,7 @@ TEST(Units, TheEnvironmentNamesFiles) {
         EXPECT_EQ(s.run.units.LUN[r], c.lun) << c.variable << ' ' << c.value;
         EXPECT_EQ(s.run.units.name[r], c.name) << c.variable << ' ' << c.value;
         EXPECT_EQ(s.run.units.CONINP, s.run.units.LUN[role::input] == unit::console_in);
-        const bool told = s.console().find(std::string(" *** ") + c.variable) != std::string::npos;
+        const bool told = s.console().find(std::string("*** ") + c.variable) != std::string::npos;
         EXPECT_EQ(told, c.told) << c.variable << ' ' << c.value;
     }
 }

@@ -83,14 +83,14 @@ TEST(ReportFrame, AListInErrorStopsABatchRunAndLeavesTheSelectionAlone) {
 
 TEST(ReportFrame, RatingsAndSelectionsAreNarrowedOnlyWhileItPrints) {
     Session s(small_network() + "FIM\n");
-    Run& run = s.run;
+    korvane::Run& run = s.run;
     Store& st = run.store;
     st.branch.CAPAC(1) = st.branch.CAPAE(2) = INFINITE_RATING;
     st.branch.CAPAC(2) = 250.0;
     st.branch.KAPAQ(3) = 1'000'000'000;
     st.bus.BUSSEL(2) = st.branch.LINSEL(1) = st.area.ARESEL(3) = false;
     int pages = 0;
-    run.pag.subject = [&](Run& r) {  // runs under each heading, in the middle of the report
+    run.pag.subject = [&](korvane::Run& r) {  // runs under each heading, in the middle of the report
         ++pages;
         EXPECT_EQ(r.store.branch.CAPAC(1), 9999.0);
         EXPECT_EQ(r.store.branch.CAPAE(2), 9999.0);

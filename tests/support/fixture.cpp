@@ -179,7 +179,7 @@ void drain(int out, int err, ProcessResult& result) {
             char block[65536];
             const ssize_t n = read(from[i], block, sizeof block);
             if (n > 0) into[i]->append(block, std::size_t(n));
-            if (n == 0) open[i] = false;
+            if (n == 0 || (n < 0 && errno != EINTR)) open[i] = false;
         }
     }
 }
@@ -203,7 +203,7 @@ ProcessResult run_binary(const char* name, const std::vector<std::string>& argum
         std::vector<char*> argv{const_cast<char*>(program.c_str())};
         for (const std::string& a : arguments) argv.push_back(const_cast<char*>(a.c_str()));
         argv.push_back(nullptr);
-        for (const auto& [name, value] : variables) setenv(name.c_str(), value.c_str(), 1);
+        for (const auto& [variable, value] : variables) setenv(variable.c_str(), value.c_str(), 1);
         execv(program.c_str(), argv.data());
         _exit(126);
     }
