@@ -176,7 +176,9 @@ TEST(StartUp, AnAbnormalEndHasStatusOne) {
         for (const Via via : {Via::environment, Via::standard_input}) {
             const Session s(c.deck, {.via = via});
             EXPECT_EQ(s.status, c.status) << c.deck << ": " << s.messages();
-            if (c.stop) EXPECT_EQ(s.stop, c.stop);
+            if (c.stop) {
+                EXPECT_EQ(s.stop, c.stop);
+            }
             EXPECT_TRUE(s.console().ends_with(s.stop + "\n")) << "the last words are those of the stop";
         }
 }
