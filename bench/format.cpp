@@ -4,6 +4,8 @@
 #include <benchmark/benchmark.h>
 
 #include <random>
+#include <string>
+#include <vector>
 
 #include "frame/decimal.hpp"
 

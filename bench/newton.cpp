@@ -138,9 +138,9 @@ void solve_from_the_deck(benchmark::State& state, const char* name) {
     state.counters["iterations"] = s.sol.NITP;
 }
 
-#define NETWORKS(f)                                                                       \
-    BENCHMARK_CAPTURE(f, case2869, "case2869pegase")->Unit(benchmark::kMicrosecond);      \
-    BENCHMARK_CAPTURE(f, case9241, "case9241pegase")->Unit(benchmark::kMicrosecond);      \
+#define NETWORKS(f)                                                                  \
+    BENCHMARK_CAPTURE(f, case2869, "case2869pegase")->Unit(benchmark::kMicrosecond); \
+    BENCHMARK_CAPTURE(f, case9241, "case9241pegase")->Unit(benchmark::kMicrosecond); \
     BENCHMARK_CAPTURE(f, case13659, "case13659pegase")->Unit(benchmark::kMicrosecond)
 NETWORKS(iteration);
 NETWORKS(angles);

@@ -2,6 +2,8 @@
 #include "frame/catalogue.hpp"
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "frame/format.hpp"
 

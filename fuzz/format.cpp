@@ -1,9 +1,12 @@
 // Format rows from any bytes: compiled, printed with values and read back from any line.
 #include "frame/format.hpp"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "frame/decimal.hpp"
 

@@ -1,8 +1,10 @@
 #include "frame/catalogue.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cassert>
 #include <cstring>
+#include <optional>
 
 #include "platform/files.hpp"
 

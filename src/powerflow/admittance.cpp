@@ -148,8 +148,6 @@ void change_tap(Run& run, int n, double t1) {
     run.mat.BDIAG(k) += br.BKM(l) * t1 - b0;
 }
 
-Power bus_load(const Store& s, int k) { return {s.bus.PLOAD(k), s.bus.QLOAD(k)}; }
-
 BranchFlow branch_flow(const Store& s, int l) {
     const BranchTables& br = s.branch;
     if (!br.STLIN(l) && br.STLIND(l) == br.STLINP(l)) return {0, 0, 0, 0};

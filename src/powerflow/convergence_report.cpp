@@ -58,9 +58,9 @@ void report_switches(Run& run) {
     Page page(run);
     constexpr int ACROSS = 10;
     for (int i = 0; i < n; i += ACROSS) {
-        std::array<Arg, std::size_t(2 * ACROSS)> values = {Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0), Arg(""),
-                                                           Arg(0),  Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0),
-                                                           Arg(""), Arg(0),  Arg(""), Arg(0), Arg(""), Arg(0)};
+        std::array<Arg, std::size_t(2 * ACROSS)> values = {
+            Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0),
+            Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0)};
         const int here = std::min(ACROSS, n - i);
         for (int j = 0; j < here; ++j) {
             const int entry = st.ILIMQ[std::size_t(i + j)];

@@ -106,120 +106,111 @@ void assemble_branches(Run& run) {
     const BranchTables& br = s.branch;
     Matrices& m = run.mat;
     const Pattern& p = pattern(run);
-    clear_blocks(m, p);
+    clear_fill(m, p);
     m.work.sum.fill(s.bus.NB, Sides{0, 0});
     Sides* const sum = m.work.sum.data() - 1;
     const double* const volt = s.bus.VOLT.data() - 1;
     for (int l : rows(br.NL)) {
-        const int slot = p.slot[std::size_t(l - 1)];
-        if (slot < 0) continue;
+        const Slot slot = p.slot[std::size_t(l - 1)];
+        if (slot.none()) continue;
         const int f = br.NFROM(l), t = br.NTO(l);
         const auto [A, B, C, D] = branch_terms(br.GKM(l), br.BKM(l), volt[f], volt[t], m.SINDIK(l), m.COSDIK(l));
         sum[f].DELTA += A;
         sum[f].WORK -= C;
         sum[t].DELTA += B;
         sum[t].WORK -= D;
-        BlockPair& pair = m.fat[std::size_t(slot >> 1)];
-        Block& ft = slot & 1 ? pair.L : pair.U;  // row of the from bus, column of the to bus
-        Block& tf = slot & 1 ? pair.U : pair.L;
-        ft.H += C;
-        ft.N -= A;
-        ft.J += A;
-        ft.L += C;
-        tf.H += D;
-        tf.N -= B;
-        tf.J += B;
-        tf.L += D;
+        BlockPair& pair = m.fat[std::size_t(slot.entry())];
+        Block& ft = slot.reversed() ? pair.L : pair.U;  // row of the from bus, column of the to bus
+        Block& tf = slot.reversed() ? pair.U : pair.L;
+        if (!slot.later()) {
+            ft = {.H = C, .J = A, .N = -A, .L = C};
+            tf = {.H = D, .J = B, .N = -B, .L = D};
+        } else {  // parallel to an earlier branch
+            ft = {.H = ft.H + C, .J = ft.J + A, .N = ft.N - A, .L = ft.L + C};
+            tf = {.H = tf.H + D, .J = tf.J + B, .N = tf.N - B, .L = tf.L + D};
+        }
     }
 }
 
-// Diagonal blocks and mismatches of the buses: load, shunt part, and the sums of their branches, which are also the
-// derivatives by the angle.
-void assemble_buses(Run& run) {
+// Power that stands at a bus whatever its voltage, beyond load and generation.
+void collect_injections(Run& run) {
     const Store& s = run.store;
-    Matrices& m = run.mat;
-    const Pattern& p = pattern(run);
-    for (int k : rows(s.bus.NB)) {
-        const auto r = std::size_t(p.NORDER(k) - 1);
-        const double v = s.bus.VOLT(k);
-        const Sides sum = m.work.sum(k);
-        const Power load = bus_load(s, k);
-        const double pl = load.p / v, ql = load.q / v, g = m.GDIAG(k) * v, b = m.BDIAG(k) * v;
-        m.side[r] = {sum.DELTA - pl - g, sum.WORK - ql + b};
-        m.diagonal[r] = {.H = sum.WORK, .J = -sum.DELTA, .N = g - pl, .L = -ql - b};
-    }
+    auto& injected = run.mat.work.injected;
+    injected.fill(s.bus.NB, Sides{0, 0});
     for (int i : rows(s.eqv.NEQV)) {
-        const int k = s.eqv.NOEQV(i);
-        const auto r = std::size_t(p.NORDER(k) - 1);
-        const double v = s.bus.VOLT(k), pe = s.eqv.PMAT(i) / v, qe = s.eqv.QMAT(i) / v;
-        m.side[r].DELTA += pe;
-        m.diagonal[r].N += pe;
-        m.side[r].WORK += qe;
-        m.diagonal[r].L += qe;
+        Sides& at = injected(s.eqv.NOEQV(i));
+        at.DELTA += s.eqv.PMAT(i);
+        at.WORK += s.eqv.QMAT(i);
     }
 }
 
-// Generation. What a held voltage and a slack angle imply is read off the mismatch itself.
-void assemble_generators(Run& run) {
+// The generator row of each bus.
+void map_generators(Run& run) {
+    const GeneratorTables& gen = run.store.gen;
+    auto& NOBGEN = run.mat.work.NOBGEN;
+    NOBGEN.fill(run.store.bus.NB, 0);
+    for (int j : rows(gen.NG)) NOBGEN(gen.NOGEN(j)) = j;
+}
+
+// Generation of row j. What a held voltage and a slack angle imply is read off the mismatch itself.
+void take_generation(GeneratorTables& gen, int j, int type, double v, Sides& side) {
+    if (type > 0) {
+        gen.QGEN(j) = -side.WORK * v;
+        side.WORK = 0;
+    } else
+        side.WORK += gen.QGEN(j) / v;
+    if (std::abs(type) == 3) {
+        gen.PGEN(j) = -side.DELTA * v;
+        side.DELTA = 0;
+    } else
+        side.DELTA += gen.PGEN(j) / v;
+}
+
+/// The largest mismatches met so far; the later bus wins a tie. A mismatch that is not a number stays, and is not
+/// converged.
+struct Worst {
+    double value = 0;
+    int bus = 0;
+    void meet(double mismatch, int k) {
+        if (mismatch >= value) value = mismatch, bus = k;
+        if (std::isnan(mismatch)) [[unlikely]]
+            value = mismatch, bus = k;
+    }
+};
+
+// Diagonal blocks and mismatches of the buses: load, shunt part, generation, and the sums of their branches, which are
+// also the derivatives by the angle. The largest mismatches go to the residuals.
+void assemble_buses(Run& run) {
     Store& s = run.store;
     Matrices& m = run.mat;
     const Pattern& p = pattern(run);
-    m.work.NOBGEN.fill(s.bus.NB, 0);
-    for (int j : rows(s.gen.NG)) {
-        const int k = s.gen.NOGEN(j), type = s.bus.NTYPE(k);
-        m.work.NOBGEN(k) = j;
-        if (dead(type)) continue;
-        Sides& side = m.side[std::size_t(p.NORDER(k) - 1)];
-        const double v = s.bus.VOLT(k);
-        if (type > 0) {
-            s.gen.QGEN(j) = -side.WORK * v;
-            side.WORK = 0;
-        } else
-            side.WORK += s.gen.QGEN(j) / v;
-        if (std::abs(type) == 3) {
-            s.gen.PGEN(j) = -side.DELTA * v;
-            side.DELTA = 0;
-        } else
-            side.DELTA += s.gen.PGEN(j) / v;
-    }
-}
-
-// The largest mismatches; the later bus wins a tie. A residual that is not a number stays so, and is not converged.
-void scan_mismatch(Run& run) {
-    const Store& s = run.store;
-    Matrices& m = run.mat;
-    const Pattern& p = pattern(run);
+    Worst active, reactive;
     std::fill_n(m.work.held.begin(), p.N, static_cast<unsigned char>(0));
-    double worst_p = 0, worst_q = 0, all = 0;
-    int at_p = 0, at_q = 0;
     for (int k : rows(s.bus.NB)) {
         const auto r = std::size_t(p.NORDER(k) - 1);
-        Sides& side = m.side[r];
-        if (dead(s.bus.NTYPE(k))) {
-            side = {0, 0};
+        const int type = s.bus.NTYPE(k);
+        if (dead(type)) [[unlikely]] {
+            m.side[r] = {0, 0};
             m.diagonal[r] = {.H = HELD, .J = 0, .N = 0, .L = HELD};
             m.work.held[r] = ANGLE_HELD | VOLTAGE_HELD;
             continue;
         }
-        const double v = s.bus.VOLT(k), dp = std::abs(side.DELTA) * v, dq = std::abs(side.WORK) * v;
-        if (dp >= worst_p) worst_p = dp, at_p = k;
-        if (dq >= worst_q) worst_q = dq, at_q = k;
-        all += dp + dq;
+        const double v = s.bus.VOLT(k), reciprocal = 1 / v;
+        const Sides sum = m.work.sum(k), injected = m.work.injected(k);
+        const Power load = bus_load(s, k);
+        const double pl = (load.p - injected.DELTA) * reciprocal, ql = (load.q - injected.WORK) * reciprocal;
+        const double g = m.GDIAG(k) * v, b = m.BDIAG(k) * v;
+        Sides side = {sum.DELTA - pl - g, sum.WORK - ql + b};
+        m.diagonal[r] = {.H = sum.WORK, .J = -sum.DELTA, .N = g - pl, .L = -ql - b};
+        if (const int j = m.work.NOBGEN(k)) take_generation(s.gen, j, type, v, side);
+        m.side[r] = side;
+        active.meet(std::abs(side.DELTA) * v, k);
+        reactive.meet(std::abs(side.WORK) * v, k);
     }
-    if (std::isnan(all)) {
-        for (int k : rows(s.bus.NB)) {
-            const Sides& side = m.side[std::size_t(p.NORDER(k) - 1)];
-            const double v = s.bus.VOLT(k);
-            if (std::isnan(side.DELTA * v)) worst_p = side.DELTA * v, at_p = k;
-            if (std::isnan(side.WORK * v)) worst_q = side.WORK * v, at_q = k;
-        }
-    }
-    Residuals& res = m.state.residual;
-    res.DP = worst_p;
-    res.DQ = worst_q;
-    Solution& sol = run.store.sol;
-    sol.NODEP = at_p ? s.bus.NOINT(at_p) : 0;
-    sol.NODEQ = at_q ? s.bus.NOINT(at_q) : 0;
+    m.state.residual.DP = active.value;
+    m.state.residual.DQ = reactive.value;
+    s.sol.NODEP = active.bus ? s.bus.NOINT(active.bus) : 0;
+    s.sol.NODEQ = reactive.bus ? s.bus.NOINT(reactive.bus) : 0;
 }
 
 // Rows that the type of a generator bus takes out of play.
@@ -346,10 +337,10 @@ std::span<const Device> devices() { return DEVICES; }
 void assemble(Run& run) {
     SolverState& st = run.mat.state;
     if (run.store.sol.NITP == 0) reset_types(run);
+    collect_injections(run);
+    map_generators(run);
     assemble_branches(run);
     assemble_buses(run);
-    assemble_generators(run);
-    scan_mismatch(run);
     st.DQMAXIMO = st.residual.DQ;
     for (const Device& d : devices())
         if (d.assemble) d.assemble(run);

@@ -10,7 +10,7 @@ namespace {
 /// Adjacency lists in ascending order, each in a piece of the pool with room to grow.
 class Lists {
 public:
-    Lists(OrderingSpace& w, int n) : w_(w), n_(n) {}
+    Lists(OrderingSpace& w, int n, int pool) : w_(w), n_(n), pool_(pool) {}
 
     std::span<int> of(int i) { return {w_.pool.data() + w_.at[i], std::size_t(w_.length[i])}; }
 
@@ -29,7 +29,7 @@ private:
     void squeeze();
 
     OrderingSpace& w_;
-    int n_, end_ = 0;
+    int n_, pool_, end_ = 0;
 };
 
 void Lists::build(int nbr, const BusRef* from, const BusRef* to, const bool* on) {
@@ -47,7 +47,7 @@ void Lists::build(int nbr, const BusRef* from, const BusRef* to, const bool* on)
         ends += here;
     }
     head[n_] = ends;
-    int* const end_of = w_.pool.data() + MXPOOL - ends;  // the far end of the pool, free again afterwards
+    int* const end_of = w_.pool.data() + pool_ - ends;  // the far end of the pool, free again afterwards
     for (int l = 0; l < nbr; ++l)
         if (on[l] && from[l] != to[l]) {
             const int i = from[l] - 1, j = to[l] - 1;
@@ -71,7 +71,7 @@ void Lists::build(int nbr, const BusRef* from, const BusRef* to, const bool* on)
 
 void Lists::give_room(int i, int length) {
     const int room = length + length / 2 + 4;
-    if (end_ + room > MXPOOL) squeeze();
+    if (end_ + room > pool_) squeeze();
     std::copy_n(w_.pool.data() + w_.at[i], w_.length[i], w_.pool.data() + end_);
     w_.at[i] = end_;
     w_.room[i] = room;
@@ -80,7 +80,7 @@ void Lists::give_room(int i, int length) {
 
 // Lists move together. Live cells are at most MXCELL, so there is always room behind them.
 void Lists::squeeze() {
-    int* const order = w_.c.data();
+    int* const order = w_.b.data();
     for (int i = 0; i < n_; ++i) order[i] = i;
     std::sort(order, order + n_, [&](int i, int j) { return w_.at[i] < w_.at[j]; });
     end_ = 0;
@@ -157,12 +157,12 @@ int fresh_before(std::span<const int> list, std::span<const int> of_v, int u, in
 
 /// Eliminates the buses one after the other. NORDER, NFAT; w.list takes the neighbours that each bus had when it
 /// went, from w.start on, w.count of them.
-OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to,
-                     const bool* on) {
-    Lists lists(w, n);
+OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to, const bool* on,
+                     int pool) {
+    Lists lists(w, n, pool);
     lists.build(nbr, from, to, on);
-    // A neighbour in a list is a cell, and there are MXCELL of them. A branch keeps one for itself, in service or not; a
-    // parallel one gives its cells back, and so does a bus that is eliminated.
+    // A neighbour in a list is a cell, and there are MXCELL of them. A branch keeps one for itself, in service or not;
+    // a parallel one gives its cells back, and so does a bus that is eliminated.
     int in_use = 0, idle = 0;
     for (int i = 0; i < n; ++i) in_use += w.length[i];
     for (int l = 0; l < nbr; ++l) idle += !on[l];
@@ -239,13 +239,20 @@ int entry_of(const Pattern& p, int column, int row) {
     return e;
 }
 
-void place_branches(Pattern& p, int nbr, const BusRef* from, const BusRef* to, const bool* on) {
+void place_branches(Pattern& p, OrderingSpace& w, int nbr, const BusRef* from, const BusRef* to, const bool* on) {
+    const int entries = p.column[p.N];
+    int* const taken = w.list.data();
+    std::fill_n(taken, entries, 0);
     for (int l = 0; l < nbr; ++l) {
-        p.slot[l] = -1;
+        p.slot[l].word = -1;
         if (!on[l] || from[l] == to[l]) continue;
-        const int k = p.NORDER(from[l]) - 1, m = p.NORDER(to[l]) - 1;
-        p.slot[l] = 2 * entry_of(p, std::min(k, m), std::max(k, m)) + (k > m);
+        const int k = p.NORDER(from[l]) - 1, m = p.NORDER(to[l]) - 1, e = entry_of(p, std::min(k, m), std::max(k, m));
+        p.slot[l].word = 4 * e + 2 * taken[e] + (k > m);
+        taken[e] = 1;
     }
+    p.nfill = 0;
+    for (int e = 0; e < entries; ++e)
+        if (!taken[e]) p.fill[p.nfill++] = e;
 }
 
 /// Where the updates of each column go: entry e of a column, at row i, updates column i at the rows that follow it in
@@ -301,14 +308,14 @@ int capacity_of(const Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef
 }  // namespace
 
 OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to,
-                      const bool* on) {
+                      const bool* on, int pool) {
     p.N = n;
     p.NFAT = p.naims = p.capacity = 0;
-    const OrderFault fault = eliminate(p, w, n, nbr, from, to, on);
+    const OrderFault fault = eliminate(p, w, n, nbr, from, to, on, pool);
     if (fault != OrderFault::none) return fault;
     for (int i : rows(n)) p.bus[p.NORDER(i) - 1] = i;
     lay_out_columns(p, w, n);
-    place_branches(p, nbr, from, to, on);
+    place_branches(p, w, nbr, from, to, on);
     aim_updates(p, n);
     p.capacity = capacity_of(p, w, n, nbr, from, to, on);
     return fault;

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "frame/run.hpp"
+#include "network/store.hpp"
 
 namespace korvane {
 
@@ -29,7 +30,7 @@ MatricesPtr make_matrices();
 struct Power {
     double p, q;
 };
-Power bus_load(const Store& s, int k);
+inline Power bus_load(const Store& s, int k) { return {s.bus.PLOAD(k), s.bus.QLOAD(k)}; }
 
 /// Power that enters branch l at its from and at its to end at the present voltages, pu.
 struct BranchFlow {

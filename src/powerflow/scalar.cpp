@@ -50,11 +50,11 @@ VECTOR_CLONES int factor_rows(double* value, double* diagonal, const Pattern& p,
     return 0;
 }
 
-// f(l, low row, high row, entry) for every branch in service.
+// f(l, entry) for every branch in service.
 template <class F>
 void each_entry(const Run& run, const Pattern& p, F f) {
     for (int l : rows(run.store.branch.NL))
-        if (const int slot = p.slot[std::size_t(l - 1)]; slot >= 0) f(l, slot >> 1);
+        if (const Slot slot = p.slot[std::size_t(l - 1)]; !slot.none()) f(l, slot.entry());
 }
 
 bool held(int type) { return std::abs(type) >= 3; }

@@ -56,10 +56,10 @@ void OUTDBC(Run& run);
 /// A kind of control or device that adds rows of its own to the Newton equations. A hook that is missing is skipped.
 struct Device {
     const char* name;
-    bool (*build)(Run&);      // its fictitious buses and branches behind the real ones; false: a limit, message queued
-    void (*assemble)(Run&);   // its rows, and what it changes in those of the buses
-    void (*update)(Run&);     // its own unknowns, after the solution
-    void (*adjust)(Run&);     // steps between passes; clears CONVSTAT when the solution is to go on
+    bool (*build)(Run&);     // its fictitious buses and branches behind the real ones; false: a limit, message queued
+    void (*assemble)(Run&);  // its rows, and what it changes in those of the buses
+    void (*update)(Run&);    // its own unknowns, after the solution
+    void (*adjust)(Run&);    // steps between passes; clears CONVSTAT when the solution is to go on
 };
 std::span<const Device> devices();
 

@@ -29,6 +29,10 @@ void clear_blocks(Matrices& m, const Pattern& p) {
     std::memset(static_cast<void*>(m.fat.data()), 0, std::size_t(p.column[p.N]) * sizeof(BlockPair));
 }
 
+void clear_fill(Matrices& m, const Pattern& p) {
+    for (int i = 0; i < p.nfill; ++i) m.fat[std::size_t(p.fill[std::size_t(i)])] = {};
+}
+
 namespace {
 
 /// The four numbers of a block in one register, row by row.
@@ -121,10 +125,11 @@ VECTOR_CLONES void solve_rows(const BlockPair* fat, const Block* diagonal, const
         for (int e = column[k]; e < column[k + 1]; ++e) {
             const Two* const u = reinterpret_cast<const Two*>(&fat[e].U);
             const Two s = reinterpret_cast<Two&>(side[row[e]]);
-            x = x - (u[0] * __builtin_shufflevector(s,s,0,0) + u[1] * __builtin_shufflevector(s,s,1,1));
+            x = x - (u[0] * __builtin_shufflevector(s, s, 0, 0) + u[1] * __builtin_shufflevector(s, s, 1, 1));
         }
         const Two* const d = reinterpret_cast<const Two*>(&diagonal[k]);
-        reinterpret_cast<Two&>(side[k]) = d[0] * __builtin_shufflevector(x,x,0,0) + d[1] * __builtin_shufflevector(x,x,1,1);
+        reinterpret_cast<Two&>(side[k]) =
+            d[0] * __builtin_shufflevector(x, x, 0, 0) + d[1] * __builtin_shufflevector(x, x, 1, 1);
     }
 }
 

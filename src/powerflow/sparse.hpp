@@ -48,6 +48,15 @@ struct alignas(16) Sides {
     double DELTA, WORK;
 };
 
+/// Where a branch stands among the entries.
+struct Slot {
+    int word;  // -1: the branch is not in service
+    bool none() const { return word < 0; }
+    int entry() const { return word >> 2; }
+    bool later() const { return word & 2; }     // an earlier branch has the same entry
+    bool reversed() const { return word & 1; }  // NFROM has the higher row
+};
+
 /// The elimination order of a network and all that follows from it.
 struct Pattern {
     int N;         // rows
@@ -56,13 +65,14 @@ struct Pattern {
 
     Table<int, MXEQ> NORDER;  // elimination position of a bus, from 1; its row of the factors is NORDER - 1
 
-    std::array<int, MXEQ> bus;              // bus of a row
-    std::array<int, MXEQ + 1> column;       // first entry of the column of a row; ends with the entries in use
-    std::array<int, MXFAT> row;             // row of an entry, ascending within a column
-    std::array<int, MXFAT> aim;             // see update_column: where the updates of this entry go
-    std::array<int, MXAIM> aims;            // lists of entries that aim points into
-    std::array<int, MXLINX> slot;           // of branch l at l - 1: 2 entry + 1 if NFROM has the higher row; -1: none
-    int naims;
+    std::array<int, MXEQ> bus;         // bus of a row
+    std::array<int, MXEQ + 1> column;  // first entry of the column of a row; ends with the entries in use
+    std::array<int, MXFAT> row;        // row of an entry, ascending within a column
+    std::array<int, MXFAT> aim;        // see update_column: where the updates of this entry go
+    std::array<int, MXAIM> aims;       // lists of entries that aim points into
+    std::array<Slot, MXLINX> slot;     // of branch l at l - 1
+    std::array<int, MXFAT> fill;       // entries without a branch
+    int naims, nfill;
 };
 
 /// Values of one scalar symmetric matrix over a pattern.
@@ -74,35 +84,35 @@ struct ScalarMatrix {
 
 /// Work space of the ordering.
 struct OrderingSpace {
-    std::array<int, MXPOOL> pool;  // adjacency lists
+    std::array<int, MXPOOL> pool;                // adjacency lists
     std::array<int, MXEQ + 1> at, length, room;  // of the list of a bus
     std::array<int, MXEQ + 2> next, previous, first, last;
     std::array<int, MXEQ + 1> a, b, c;
-    std::array<int, MXFAT> list;                 // neighbours of the eliminated buses
-    std::array<int, MXEQ + 1> start, count;      // of a bus in it
+    std::array<int, MXFAT> list;             // neighbours of the eliminated buses
+    std::array<int, MXEQ + 1> start, count;  // of a bus in it
 };
 
 /// The ten residuals that a solution is judged by, in the order of their tolerances, pu and rad.
 struct Residuals {
-    double DP, DQ;   // active and reactive power of a bus
-    double DV, DG;   // controlled voltage; reactive sharing between generators of one controlled bus
-    double DF;       // static compensators
-    double DGER;     // generator capability
-    double DU, DA;   // direct voltage and converter angles
-    double DS, DM;   // automatic shunts; motors
+    double DP, DQ;  // active and reactive power of a bus
+    double DV, DG;  // controlled voltage; reactive sharing between generators of one controlled bus
+    double DF;      // static compensators
+    double DGER;    // generator capability
+    double DU, DA;  // direct voltage and converter angles
+    double DS, DM;  // automatic shunts; motors
 };
 
 /// What the solvers carry from step to step. All zero at the start of a run.
 struct SolverState {
-    int resolve;         // internal solve mark: number of the contingency, -1 for an inner solve, 0 else
-    bool analysis;       // the case is solved as a step of another analysis
-    bool singular;       // the last factorisation failed at a bus
-    bool rebuild;        // the augmented equations and their order are to be built
-    bool augmented;      // there are rows or branches behind the real ones
-    int NEQ, NBR;        // rows and branches with the fictitious ones
-    Residuals residual;  // of the last pass
-    double DQMAXIMO;     // DQMAX before a control forced it up
-    double XMF;          // smallest ratio by which a step was cut
+    int resolve;                      // internal solve mark: number of the contingency, -1 for an inner solve, 0 else
+    bool analysis;                    // the case is solved as a step of another analysis
+    bool singular;                    // the last factorisation failed at a bus
+    bool rebuild;                     // the augmented equations and their order are to be built
+    bool augmented;                   // there are rows or branches behind the real ones
+    int NEQ, NBR;                     // rows and branches with the fictitious ones
+    Residuals residual;               // of the last pass
+    double DQMAXIMO;                  // DQMAX before a control forced it up
+    double XMF;                       // smallest ratio by which a step was cut
     int NITLF, sum_p, sum_q, sum_dc;  // outer iterations; iterations summed over them
     int nlimq;
     std::array<int, 50> ILIMQ;  // buses switched since the last line of the report; minus: a tap
@@ -118,8 +128,8 @@ struct Matrices {
     std::array<Block, MXROW> diagonal;
     std::array<Sides, MXROW> side;
 
-    ScalarMatrix B1, B2;             // B' and B''
-    std::array<double, MXROW> x;     // right-hand side of a scalar solution
+    ScalarMatrix B1, B2;          // B' and B''
+    std::array<double, MXROW> x;  // right-hand side of a scalar solution
 
     Table<double, MXBUS> GDIAG, BDIAG;     // diagonal of the bus admittance matrix, pu
     Table<double, MXLINX> SINDIK, COSDIK;  // sine and cosine of the angle across a branch
@@ -127,6 +137,7 @@ struct Matrices {
 
     struct Work {
         Table<Sides, MXBUS> sum;                // what the branches give the two rows of a bus
+        Table<Sides, MXBUS> injected;           // power given to a bus beyond generators, whatever its voltage, pu
         Table<int, MXBUS> NOBGEN;               // generator row of a bus
         std::array<unsigned char, MXROW> held;  // of a row: ANGLE_HELD, VOLTAGE_HELD
         Table<double, MXPHS> sine, cosine;      // of a phase shift
@@ -144,16 +155,18 @@ enum class OrderFault { none, cells, fill, entries };
 
 /// Minimum degree with updated degrees. Among buses of one degree the first in goes first: in the beginning the
 /// lowest index; a bus whose degree was updated goes behind. Sets NORDER and NFAT, and, when the entries fit, the
-/// rows, the fill and the slots of all branches. n buses, nbr branches of which those with on take part.
+/// rows, the fill and the slots of all branches. n buses, nbr branches of which those with on take part. The lists live
+/// in the first `pool` cells of the work space, and move together when these are used up.
 OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to,
-                      const bool* on);
+                      const bool* on, int pool = MXPOOL);
 
 /// OPTIMO: the order of the plain network or, when the augmented equations have rows of their own, of these.
 /// Messages 100, 120, 130 (with the count of entries); false after any of them.
 bool OPTIMO(Run& run, Pattern& p, int n, int nbr);
 
-/// Everything to zero before an assembly.
+/// To zero before an assembly: all blocks off the diagonal, or those that no branch writes.
 void clear_blocks(Matrices& m, const Pattern& p);
+void clear_fill(Matrices& m, const Pattern& p);
 
 /// Factorisation in place over the fixed pattern. 0; k: pivot of elimination position k is not above the tolerance;
 /// -k: entries exhausted at row k; N + 1: a row has too many columns. After a failure nothing may be solved.
@@ -167,9 +180,7 @@ int factor_scalar(ScalarMatrix& a, const Pattern& p, double tolerance);
 void solve_scalar(const ScalarMatrix& a, const Pattern& p, double* x, int first = 0);
 
 /// The pattern that the present solution works on.
-inline const Pattern& pattern(const Run& run) {
-    return run.mat.state.augmented ? run.mat.augmented : run.mat.plain;
-}
+inline const Pattern& pattern(const Run& run) { return run.mat.state.augmented ? run.mat.augmented : run.mat.plain; }
 
 /// Element of B' of a branch: its susceptance without resistance and without tap, pu (negative when inductive).
 double linear_element(const Store& s, int l);

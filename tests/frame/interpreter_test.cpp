@@ -262,6 +262,22 @@ TEST(Run, EndsByItsInput) {
     }
 }
 
+TEST(Run, AnyBytesEndWithAMessage) {
+    unsigned seed = 1;
+    auto random = [&] { return seed = seed * 1664525u + 1013904223u, seed >> 16; };
+    const std::string starts[] = {"", "DCTE\n", "DOPC IMPR\n", "DMAC IMPR\n", "TITU\n", "EXLF +\n", "EXLF "};
+    for (int i = 0; i < 70; ++i) {
+        std::string bytes = starts[std::size_t(i) % std::size(starts)];
+        const std::size_t length = bytes.size() + (i % 10 == 9 ? 10000 : random() % 600);
+        while (bytes.size() < length) bytes += char(random() % 12 == 0 ? '\n' : random());
+        for (Via via : {Via::environment, Via::standard_input}) {
+            Session s(bytes, {.via = via});
+            EXPECT_EQ(s.status, 1) << i;
+            EXPECT_FALSE(s.run.msg.printed.empty()) << i;
+        }
+    }
+}
+
 TEST(Run, ANestedStreamGoesBackToTheOuterOne) {
     const SessionOptions inner{.prepare = [](const TempDir& d, FakePlatform&) {
         d.write("inner.dat", "VISO\nFIM\n");

@@ -10,8 +10,8 @@
 
 namespace korvane::testing {
 
-/// A card from fields "column:text", separated by "|": card("1:4|8:M|11:5") has 4 in column 1, M in 8 and 5 in 11.
-inline std::string card(std::string_view fields) {
+/// A card from fields "column:text", separated by "|": card_of("1:4|8:M|11:5") has 4 in column 1, M in 8 and 5 in 11.
+inline std::string card_of(std::string_view fields) {
     std::string line;
     while (!fields.empty()) {
         const std::string_view field = fields.substr(0, fields.find('|'));
@@ -29,7 +29,7 @@ class BlockBench : public Session {
 public:
     BlockBench() { start(); }
 
-    /// Reads one block and returns the numbers of its messages; cards may be one text or a list of card() fields.
+    /// Reads one block and returns the numbers of its messages; cards may be one text or a list of card_of() fields.
     std::vector<int> read(void (*block)(Run&), const std::string& cards) {
         feed(cards + "99999\n");
         run.msg.printed.clear();
@@ -41,7 +41,7 @@ public:
     }
     std::vector<int> read(void (*block)(Run&), std::initializer_list<std::string_view> cards) {
         std::string all;
-        for (std::string_view c : cards) all += card(c);
+        for (std::string_view c : cards) all += card_of(c);
         return read(block, all);
     }
 

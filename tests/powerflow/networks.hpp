@@ -175,7 +175,8 @@ inline void random_network(Network& n, unsigned seed, int buses = 40) {
         else
             n.bus(0, 1, uniform(0, 0.12), uniform(-0.03, 0.06));
     }
-    for (int k = 1; k <= buses; ++k) n.branch(k, k % buses + 1, uniform(0, 0.01), uniform(0.02, 0.08), uniform(0, 0.05));
+    for (int k = 1; k <= buses; ++k)
+        n.branch(k, k % buses + 1, uniform(0, 0.01), uniform(0.02, 0.08), uniform(0, 0.05));
     for (int i = 0; i < buses / 2; ++i) {
         const int k = any(buses), m = any(buses);
         if (k == m) continue;

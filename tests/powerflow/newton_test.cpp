@@ -160,9 +160,9 @@ TEST(Newton, StepCutsWhatIsLongerThanItsLimits) {
     struct {
         double load, limit, angle, multiplier;
     } cases[] = {
-        {1.0, 0.2, -0.1, 1.0},     // shorter
-        {1.0, 0.05, -0.05, 0.5},   // cut to the limit; half of it is left
-        {-1.0, 0.05, 0.05, 0.5},   // keeps its sign
+        {1.0, 0.2, -0.1, 1.0},    // shorter
+        {1.0, 0.05, -0.05, 0.5},  // cut to the limit; half of it is left
+        {-1.0, 0.05, 0.05, 0.5},  // keeps its sign
     };
     for (const auto& c : cases) {
         Network n;

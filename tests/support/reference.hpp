@@ -21,9 +21,10 @@ struct ReferenceCase {
     int iterations;
 };
 inline constexpr ReferenceCase REFERENCE_CASES[] = {
-    {"case9", 4},          {"case14", 3},          {"case30", 4},       {"case_ieee30", 3},     {"case39", 3},
-    {"case57", 4},         {"case118", 3},         {"case300", 5},      {"case1354pegase", 4},  {"case_ACTIVSg2000", 4},
-    {"case2869pegase", 7}, {"case9241pegase", 6},  {"case_ACTIVSg10k", 5}, {"case13659pegase", 6},
+    {"case9", 4},           {"case14", 3},           {"case30", 4},         {"case_ieee30", 3},
+    {"case39", 3},          {"case57", 4},           {"case118", 3},        {"case300", 5},
+    {"case1354pegase", 4},  {"case_ACTIVSg2000", 4}, {"case2869pegase", 7}, {"case9241pegase", 6},
+    {"case_ACTIVSg10k", 5}, {"case13659pegase", 6},
 };
 
 inline std::string reference_folder(const std::string& name) { return std::string(KORVANE_DATA) + "/" + name; }
