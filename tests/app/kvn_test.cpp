@@ -21,7 +21,7 @@ TEST(Kvn, WrongUsageIsStatusTwoWithOneLineThatSaysWhy) {
     const Case cases[] = {
         {{}, "comando"},
         {{"run"}, "DECK"},
-        {{"walk", "deck.dat"}, "walk"},
+        {{"walk", "deck.dat"}, "comando"},
         {{"run", "deck.dat", "--colour"}, "--colour"},
         {{"run", "deck.dat", "more.dat"}, "more.dat"},
         {{"run", "deck.dat", "--report"}, "--report"},

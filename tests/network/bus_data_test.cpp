@@ -596,10 +596,10 @@ TEST(BusEcho, ShowsWhatWasUsed) {
     EXPECT_EQ(s.status, 0) << s.messages();
     const std::string wide = s.print();
     EXPECT_NE(
-        wide.find("     7 Inc L 1  0 SETE          0 1045   0.    0.    0. -9999 99999      7    0.    0.    0.   1"),
+        wide.find("    7 Inc L 1  0 SETE          0 1045   0.    0.    0. -9999 99999      7    0.    0.    0.   1"),
         std::string::npos)
         << wide;
-    EXPECT_NE(s.console().find("     7 Alt L 1  0 SETE          0 1045"), std::string::npos) << s.console();
+    EXPECT_NE(s.console().find("    7 Alt L 1  0 SETE          0 1045"), std::string::npos) << s.console();
 }
 
 // --- random blocks

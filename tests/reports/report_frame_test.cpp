@@ -170,8 +170,8 @@ TEST(ReportFrame, SettingsPrintInTheUnitsOfTheirCards) {
         "DCTE\nBASE    200 TEPA     .5 VDVM    180 ASDC     2. ZMAX   400.\n99999\n"
         "DOPC\nIMPR L QLIM L\n99999\nRELA RCTE ROPC FILE\nFIM\n");
     const std::string text = s.print();
-    for (const char* pair : {"BASE    200.", "TEPA      0.5", "VDVM    180.", "ASDC      2.", "ZMAX    400.",
-                             "LPRT     60.", "TEPR      0.1", "IMPR L", "QLIM L", "NEWT L"}) {
+    for (const char* pair : {"BASE    200.", "TEPA       .5", "VDVM    180.", "ASDC      2.", "ZMAX    400.",
+                             "LPRT     60.", "TEPR       .1", "IMPR L", "QLIM L", "NEWT L"}) {
         // the name and its value, however many blanks between them
         const std::string name = std::string(pair).substr(0, 4), value = std::string(pair).substr(5);
         const auto at = text.find(name);
