@@ -101,7 +101,8 @@ void read_voltages(Run& run) {
         if (k == 0 || !std::isfinite(voltage) || !std::isfinite(angle)) continue;
         s.bus.VOLT(k) = voltage;
         s.bus.ANGLE(k) = angle;
-        if (const int j = s.map.NGADR(k)) s.gen.VGEN(j) = voltage;
+        // On a load bus with voltage limits VGEN is the scheduled reactive generation.
+        if (const int j = s.map.NGADR(k); j != 0 && std::abs(s.bus.NTYPE(k)) != 1) s.gen.VGEN(j) = voltage;
     }
 }
 
