@@ -206,7 +206,9 @@ void search_islands(Run& run) {
 
 /// Names the reports that were asked for in vain: rows of block RELDSP and one warning.
 void tell_missing(Run& run, std::span<const Arg> names, int row, int message) {
+    constexpr int LINES = 6;  // an empty one, the names, the warning: they stand on one page
     if (names.empty()) return;
+    if (run.pag.NLINE + LINES > run.pag.LPP) PAGHDR(run);
     run.pag.NLINE += print_row(run, load_rows(run, "RELDSP")[std::size_t(row)], names);
     MSGPUT(run, "RELDSP", message);
     MSGOUT(run);
