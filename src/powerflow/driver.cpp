@@ -121,6 +121,7 @@ void PWFSOL(Run& run) {
     s.sol.CONVSTAT = 0;
     s.sol.ITSOL = 0;
     run.pag.NLINE = run.pag.LPP;
+    const bool impr = run.opt["IMPR"_opt];
     run.opt.set("IMPR"_opt);
     bool sound = true;
     if (islands)
@@ -131,6 +132,7 @@ void PWFSOL(Run& run) {
     check_interchange(run);
     if (sound) solve(run);
     STOON(run);
+    run.opt.set("IMPR"_opt, impr);
 
     run.opt.set("PART"_opt, part);
     run.opt.set("LFDC"_opt, linear);
