@@ -123,10 +123,10 @@ void MacroReader::read_definition() {
 
 /// Puts the definitions behind those that the macro file holds.
 void append_to_file(Run& run, const std::string& definitions) {
-    const auto path = macro_file(run);
-    if (definitions.empty() || refuse(run, !path, -900)) return;
-    const auto present = read_file(*path);
-    OutputFile file(*path, OutputFile::Mode::append);
+    if (definitions.empty()) return;
+    const std::string path = macro_file(run).value_or(std::string(MACRO_FILE));
+    const auto present = read_file(path);
+    OutputFile file(path, OutputFile::Mode::append);
     if (present && !present->empty() && present->back() != '\n' && present->back() != '\r') file.write("\n");
     file.write(utf8_from_latin1(definitions));
     file.flush();
@@ -142,9 +142,10 @@ void prepare_page(Run& run) {
 }  // namespace
 
 std::optional<std::string> macro_file(const Run& run) {
-    for (const std::string& path : {run.ctl.macro_directory + "/" + std::string(MACRO_FILE), std::string(MACRO_FILE)})
-        if (file_exists(path)) return path;
-    return std::nullopt;
+    const std::string& directory = run.ctl.macro_directory;
+    const std::string name(MACRO_FILE);
+    if (!directory.empty() && file_exists(directory + "/" + name)) return directory + "/" + name;
+    return file_exists(name) ? std::optional(name) : std::nullopt;
 }
 
 void INPMAC(Run& run) {

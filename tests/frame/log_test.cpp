@@ -25,8 +25,8 @@ TEST(Log, HoldsTheTypedLinesBetweenItsMarks) {
         "FIM\n",
         TYPED);
     EXPECT_EQ(s.messages(), "");
-    EXPECT_EQ(s.dir.read("KORVANE.LOG"), logon() + "(a comment\nTITU\nAn electric title, ação\nDCTE\nTEPA 0.01\n99999\n" +
-                                             logoff());
+    EXPECT_EQ(s.dir.read("KORVANE.LOG"),
+              logon() + "(a comment\nTITU\nAn electric title, ação\nDCTE\nTEPA 0.01\n99999\n" + logoff());
     EXPECT_FALSE(s.run.units.LOGON);
 }
 
@@ -46,9 +46,8 @@ TEST(Log, LinesOfAStreamDoNotEnter) {
 
 TEST(Log, GoesToUnit3WhenThatIsAFile) {
     const Session s("ULOG\n 3\nmine.log\nLOGD\nTITU\nA title\nLOGL\nFIM\n",
-                    {.via = Via::standard_input, .prepare = [](const TempDir& dir, FakePlatform&) {
-                         dir.write("mine.log", "(older\n");
-                     }});
+                    {.via = Via::standard_input,
+                     .prepare = [](const TempDir& dir, FakePlatform&) { dir.write("mine.log", "(older\n"); }});
     EXPECT_EQ(s.dir.read("mine.log"), "(older\n" + logon() + "TITU\nA title\n" + logoff());
     EXPECT_FALSE(s.dir.has("KORVANE.LOG"));
 }
@@ -56,8 +55,7 @@ TEST(Log, GoesToUnit3WhenThatIsAFile) {
 TEST(Log, CopyGoesOnInUnit3) {
     const Session s("LOGD\nTITU\nfirst\nULOG\n 3\ncopy.log\nCLOG\nTITU\nsecond\nCLOG\nLOGL\nFIM\n", TYPED);
     EXPECT_EQ(s.messages(), "");
-    EXPECT_EQ(s.dir.read("copy.log"),
-              logon() + "TITU\nfirst\nULOG\n 3\ncopy.log\n" + "TITU\nsecond\n" + logoff());
+    EXPECT_EQ(s.dir.read("copy.log"), logon() + "TITU\nfirst\nULOG\n 3\ncopy.log\n" + "TITU\nsecond\n" + logoff());
     EXPECT_EQ(s.dir.read("KORVANE.LOG"), logon() + "TITU\nfirst\nULOG\n 3\ncopy.log\n");
 }
 

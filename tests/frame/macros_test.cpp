@@ -1,6 +1,8 @@
 // Macros: definition in the stream and in the macro file, and their call.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "frame/run.hpp"
 #include "support/fixture.hpp"
 
@@ -88,6 +90,17 @@ TEST(Macros, OfTheFileComeBackInTheNextRun) {
     auto& run = second.start().run;
     ASSERT_EQ(run.ctl.macros.size(), 1u);
     EXPECT_EQ(defined(run), defined(first.run));
+}
+
+TEST(Macros, TheFileIsMadeForTheFirstMacroThatIsKept) {
+    const std::string macro = card("A", "VISO", {"IMPR"}) + "99999\nFIM\n";
+    EXPECT_FALSE(Session("DMAC\n" + macro).dir.has("KVNMACRO"));
+    EXPECT_TRUE(Session("DMAC GRAV\n" + macro).dir.has("KVNMACRO"));
+    const Session refused("DMAC GRAV\n" + macro, {.prepare = [](const TempDir&, FakePlatform&) {
+                              std::filesystem::create_directory("KVNMACRO");
+                          }});
+    EXPECT_EQ(refused.numbers("INPMAC"), std::vector{-900});
+    EXPECT_EQ(refused.run.ctl.macros.size(), 1u);
 }
 
 }  // namespace

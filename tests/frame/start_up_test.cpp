@@ -15,9 +15,7 @@ using testing::SessionOptions;
 using testing::TempDir;
 using testing::Via;
 
-std::string built(const char* type) {
-    return read_file(std::string(KORVANE_BIN) + "/trov0_s." + type).value_or("");
-}
+std::string built(const char* type) { return read_file(std::string(KORVANE_BIN) + "/trov0_s." + type).value_or(""); }
 
 /// A catalogue of its own, in the folder of the program or in one that the environment names.
 SessionOptions with_catalogue(const char* folder, std::optional<std::string> formats,
@@ -108,8 +106,8 @@ TEST(StartUp, CommandLine) {
     const auto session = [](std::vector<std::string> arguments) {
         return std::make_unique<Session>("FIM\n", SessionOptions{.arguments = std::move(arguments)});
     };
-    const auto s = session({"/nproc=4", "-Irank=-3", "/IDIRE=77", "-aqvrs=Case Bus.sav", "/DRTEM=Sub/Folder", "/other=1",
-                            "-", "", "plain"});
+    const auto s = session({"/nproc=4", "-Irank=-3", "/IDIRE=77", "-aqvrs=Case Bus.sav", "/DRTEM=Sub/Folder",
+                            "/other=1", "-", "", "plain"});
     EXPECT_EQ(s->status, 0);
     EXPECT_EQ(s->run.ctl.NPROC, 4);
     EXPECT_EQ(s->run.ctl.IRANK, -3);
@@ -136,8 +134,8 @@ TEST(StartUp, CommandLine) {
 TEST(StartUp, TheOperatorSeesTheBannerAndTheUnits) {
     const Session s("FIM\n");
     std::size_t at = 0;
-    for (const char* words : {"KORVANE", "Análise de redes elétricas", "KVN-0001", "Correio", "Página", "Unidades lógicas",
-                              "deck.dat", "NUL", "print.out", "CON", "Termino Normal"}) {
+    for (const char* words : {"KORVANE", "Análise de redes elétricas", "KVN-0001", "Correio", "Página",
+                              "Unidades lógicas", "deck.dat", "NUL", "print.out", "CON", "Termino Normal"}) {
         at = s.console().find(words, at);
         ASSERT_NE(at, std::string::npos) << words << " is not there, or out of order:\n" << s.console();
     }
@@ -151,9 +149,8 @@ TEST(StartUp, LeavesNothingBehindInTheWorkingDirectory) {
 }
 
 TEST(StartUp, ReadsTheMacroFile) {
-    const SessionOptions options{.prepare = [](const TempDir& dir, FakePlatform&) {
-        dir.write("KVNMACRO", "@TITULO            TITU\n");
-    }};
+    const SessionOptions options{
+        .prepare = [](const TempDir& dir, FakePlatform&) { dir.write("KVNMACRO", "@TITULO            TITU\n"); }};
     const Session s("@TITULO\nBy a macro\nFIM\n", options);
     EXPECT_EQ(s.messages(), "");
     EXPECT_EQ(s.run.TITLE.trimmed(), "By a macro");
@@ -165,18 +162,16 @@ TEST(StartUp, AnAbnormalEndHasStatusOne) {
         int status;
         const char* stop;
     } cases[] = {
-        {"FIM\n", 0, " Termino Normal"},
-        {"fim", 0, " Termino Normal"},
-        {"NADA\nFIM\n", 1, nullptr},
-        {"EXLF\nFIM\n", 1, nullptr},
-        {"TITU\n", 1, nullptr},
-        {"", 1, nullptr},
+        {"FIM\n", 0, " Termino Normal"}, {"fim", 0, " Termino Normal"}, {"NADA\nFIM\n", 1, nullptr},
+        {"EXLF\nFIM\n", 1, nullptr},     {"TITU\n", 1, nullptr},        {"", 1, nullptr},
     };
     for (const auto& c : cases)
         for (const Via via : {Via::environment, Via::standard_input}) {
             const Session s(c.deck, {.via = via});
             EXPECT_EQ(s.status, c.status) << c.deck << ": " << s.messages();
-            if (c.stop) EXPECT_EQ(s.stop, c.stop);
+            if (c.stop) {
+                EXPECT_EQ(s.stop, c.stop);
+            }
             EXPECT_TRUE(s.console().ends_with(s.stop + "\n")) << "the last words are those of the stop";
         }
 }

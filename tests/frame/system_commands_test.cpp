@@ -16,7 +16,8 @@ using testing::Via;
 SessionOptions with_shell(Via via = Via::environment) {
     return {.via = via, .prepare = [](const TempDir& dir, FakePlatform& os) {
                 os.on_command = [&](const std::string& command) {
-                    if (command.find("> DOS.OUT") != std::string::npos) dir.write("DOS.OUT", "first line\nsecond ção\n");
+                    if (command.find("> DOS.OUT") != std::string::npos)
+                        dir.write("DOS.OUT", "first line\nsecond ção\n");
                     return 0;
                 };
             }};
@@ -30,7 +31,8 @@ TEST(SystemCommands, OutputGoesToTheReportAndTheFileIsRemoved) {
     EXPECT_EQ(s.os.commands[1], "( date\n) < /dev/null");
     const auto first = s.console().find("first line\nsecond ção\n");
     EXPECT_NE(first, std::string::npos);
-    EXPECT_EQ(s.console().find("first line", first + 1), std::string::npos) << "a CMD line prints nothing into the report";
+    EXPECT_EQ(s.console().find("first line", first + 1), std::string::npos)
+        << "a CMD line prints nothing into the report";
     EXPECT_FALSE(s.dir.has("DOS.OUT"));
 }
 

@@ -67,15 +67,15 @@ TEST(TextSource, CharactersOfBothSets) {
     const struct {
         std::string_view bytes, latin1;
     } cases[] = {
-        {"tens\xC3\xA3o", "tens\xE3o"},                    // UTF-8
-        {"tens\xE3o", "tens\xE3o"},                        // Latin-1 already
-        {"\xC3\xA3 \xE3", "\xC3\xA3 \xE3"},                // not UTF-8 as a whole, so Latin-1 as a whole
+        {"tens\xC3\xA3o", "tens\xE3o"},                        // UTF-8
+        {"tens\xE3o", "tens\xE3o"},                            // Latin-1 already
+        {"\xC3\xA3 \xE3", "\xC3\xA3 \xE3"},                    // not UTF-8 as a whole, so Latin-1 as a whole
         {"1 \xE2\x82\xAC, \xF0\x9F\x92\xA1", "1 \xBF, \xBF"},  // characters that Latin-1 does not have
-        {"\xEF\xBB\xBFTITU", "TITU"},                      // byte-order mark
-        {"\xC3", "\xC3"},                                  // cut short
-        {"\xC0\xAF", "\xC0\xAF"},                          // overlong "/"
-        {"\xED\xA0\x80", "\xED\xA0\x80"},                  // surrogate
-        {"\xF4\x90\x80\x80", "\xF4\x90\x80\x80"},          // beyond the last character
+        {"\xEF\xBB\xBFTITU", "TITU"},                          // byte-order mark
+        {"\xC3", "\xC3"},                                      // cut short
+        {"\xC0\xAF", "\xC0\xAF"},                              // overlong "/"
+        {"\xED\xA0\x80", "\xED\xA0\x80"},                      // surrogate
+        {"\xF4\x90\x80\x80", "\xF4\x90\x80\x80"},              // beyond the last character
         {std::string_view("a\0b\x01", 4), std::string_view("a\0b\x01", 4)},
     };
     for (const auto& c : cases) EXPECT_EQ(lines_of(c.bytes), Lines{std::string(c.latin1)}) << c.bytes;

@@ -23,12 +23,18 @@ TEST(Files, ATypedNameFindsAnExistingFileInOneOfThreeSpellings) {
         const char* typed;
         const char* found;  // nothing: no file
     } cases[] = {
-        {"Deck.dat", "Deck.dat"},          {"deck.dat", nullptr},
-        {"case.sav", "CASE.SAV"},          {"Case.Sav", "CASE.SAV"},
-        {"LOWER.dat", "lower.dat"},        {"both.txt", "both.txt"},
-        {"BOTH.TXT", "BOTH.TXT"},          {"Both.txt", "BOTH.TXT"},  // upper case before lower case
-        {"Sub\\REDE.DAT", "Sub/rede.dat"}, {"Sub", nullptr},          // a folder is no file
-        {"", nullptr},                     {"missing", nullptr},
+        {"Deck.dat", "Deck.dat"},
+        {"deck.dat", nullptr},
+        {"case.sav", "CASE.SAV"},
+        {"Case.Sav", "CASE.SAV"},
+        {"LOWER.dat", "lower.dat"},
+        {"both.txt", "both.txt"},
+        {"BOTH.TXT", "BOTH.TXT"},
+        {"Both.txt", "BOTH.TXT"},  // upper case before lower case
+        {"Sub\\REDE.DAT", "Sub/rede.dat"},
+        {"Sub", nullptr},  // a folder is no file
+        {"", nullptr},
+        {"missing", nullptr},
     };
     for (const auto& c : cases) EXPECT_EQ(existing_file(c.typed).value_or("-"), c.found ? c.found : "-") << c.typed;
     EXPECT_FALSE(existing_file(std::string_view("CASE.SAV\0x", 10)));

@@ -85,7 +85,7 @@ enum class Via {
 
 struct SessionOptions {
     Via via = Via::environment;
-    bool print_file = true;              // KVN$PRINT names a file, so "FILE" reports can be read in print()
+    bool print_file = true;                   // KVN$PRINT names a file, so "FILE" reports can be read in print()
     std::vector<std::string> arguments = {};  // behind the program name
     std::map<std::string, std::string> variables = {};
     /// Last touches before the run: files in the directory, clock, ...
