@@ -49,8 +49,9 @@ bool BranchBlock::check_letters(BranchEdit& e) {
         e.amend(&C::from_state, 'L');
         e.amend(&C::to_state, 'L');
     }
+    const bool wrong = say(!state(c.state) || !state(c.from_state) || !state(c.to_state), 310);
     say(c.owner != 'F' && c.owner != 'T', 320);
-    return !say(!state(c.state) || !state(c.from_state) || !state(c.to_state), 310);
+    return !wrong;
 }
 
 void BranchBlock::check_ends(BranchEdit& e) {
@@ -79,9 +80,9 @@ void BranchBlock::check_tap(BranchEdit& e) {
     if (LTYPE_ == 0) e.supply(&C::tap, 1.0);
     const bool wrong = say(c.tap <= 0, 340);
     say(!wrong && e.given(&C::tap) && doubtful(c.tap), -910);
+    say(c.charging != 0, 345);
     limits_wrong_ = !check_limits(e);
     if (!wrong && !limits_wrong_ && c.tpmin > 0) hold_tap_in_limits(e);
-    say(c.charging != 0, 345);
     say(LTYPE_ == 0 && s.tap.NTAP >= MXTAP, 390);
     say(phase_ && (e.adds() || phase_row(e.row) == 0) && s.phs.NPHS >= MXPHS, 400);
 }

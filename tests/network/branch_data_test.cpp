@@ -94,7 +94,7 @@ TEST_F(Branches, CardsThatAreRefused) {
         {"1:1|11:3|27:8.|79:5|82:5|85:5|88:5|91:5|94:5|97:5|100:5|103:5|106:5",
          {620, 640, 660, 680, 700, 720, 740, 760, 780, 800}},
         // one message for each thing that is wrong, in their order
-        {"1:1|6:Q|11:3|19:Q|27:0.|39:-1.|65:-5|79:-1", {320, 310, 330, 340, 430, 610}},
+        {"1:1|6:Q|11:3|19:Q|27:0.|39:-1.|65:-5|79:-1", {310, 320, 330, 340, 430, 610}},
     };
     expect_messages(b, INPLIN, cases);
     EXPECT_EQ(l.NL, before) << "a card applies whole or not at all";
