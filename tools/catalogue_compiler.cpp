@@ -100,7 +100,7 @@ private:
         int number = 0;
         const auto end = std::from_chars(digits.data(), digits.data() + digits.size(), number);
         if (end.ec != std::errc() || end.ptr != digits.data() + digits.size() || number < -32768 || number > 32767)
-            return fault(at, "no number behind \"" + std::string(keyword) + '"');
+            return fault(at, "no number behind '" + std::string(keyword) + "'");
         if (keyword == "row") {
             add_row(number, rest, at, entries);
         } else {

@@ -32,8 +32,15 @@ inline constexpr char OPTION_NAMES[OPTIONS][5] = {
     "spar", "spar", "spar", "+   ",
 };
 
+// clang 14 leaves calls of consteval functions in templates unresolved; g++ checks every name when it compiles.
+#ifdef __clang__
+#define KORVANE_CONSTEVAL constexpr
+#else
+#define KORVANE_CONSTEVAL consteval
+#endif
+
 namespace detail {
-consteval int option_index(std::string_view name) {
+KORVANE_CONSTEVAL int option_index(std::string_view name) {
     for (int i = 1; i < OPTIONS; ++i) {
         const std::string_view row(OPTION_NAMES[i], 4);
         if (row.substr(0, name.size()) == name && row.find_last_not_of(' ') + 1 == name.size() && row != "spar")
@@ -43,8 +50,9 @@ consteval int option_index(std::string_view name) {
 }
 }  // namespace detail
 
-consteval Option operator""_opt(const char* name, std::size_t n) {
+KORVANE_CONSTEVAL Option operator""_opt(const char* name, std::size_t n) {
     return Option{detail::option_index(std::string_view(name, n))};
 }
+#undef KORVANE_CONSTEVAL
 
 }  // namespace korvane

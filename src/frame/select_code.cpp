@@ -40,6 +40,8 @@ public:
     explicit Selector(Run& run) : run_(run), ctl_(run.ctl) {}
     /// Index of the code of an accepted line; 0 when the line held errors; -1 at the end of input.
     int select();
+    /// Shows the lines with messages, on the report unit in force, above these messages.
+    void show_wrong_lines();
 
 private:
     bool next_line(bool continuation);
@@ -52,7 +54,6 @@ private:
     bool voltages_there() const;
     void accept(int code);
     void note_wrong_line();
-    void show_wrong_lines();
 
     Run& run_;
     Control& ctl_;
@@ -230,8 +231,8 @@ void Selector::note_wrong_line() {
     if (!line_.marks.blank()) wrong_.emplace_back(line_.marks.trimmed());
 }
 
-// Lines with messages stand above them on the page.
 void Selector::show_wrong_lines() {
+    if (wrong_.empty()) return;
     PAGFIT(run_, run_.msg.NERQ, run_.msg.NWAQ, int(wrong_.size()));
     if (run_.pag.NLINE >= run_.pag.LPP) PAGHDR(run_);
     for (const std::string& line : wrong_) run_.pag.NLINE += print_rot(run_, WRONG, {line});
@@ -259,10 +260,7 @@ int Selector::select() {
     note_wrong_line();
     while (run_.opt["+"_opt]) {
         run_.opt.clear("+"_opt);
-        if (!next_line(true)) {
-            show_wrong_lines();
-            return -1;
-        }
+        if (!next_line(true)) return -1;
         split();
         if (refuse(run_, !line_.code.blank(), 120))
             std::memset(line_.marks.at, '?', 4);
@@ -270,10 +268,10 @@ int Selector::select() {
             read_options(code);
         note_wrong_line();
     }
-    const bool good = !run_.msg.errors_wait();
-    if (good) accept(code);
-    if (!wrong_.empty()) show_wrong_lines();
-    return good ? code : 0;
+    if (run_.msg.errors_wait()) return 0;
+    accept(code);
+    show_wrong_lines();
+    return code;
 }
 
 }  // namespace
@@ -285,13 +283,11 @@ int SELKOD(Run& run) {
         const int code = selector.select();
         if (code > 0) return code;
         refuse(run, code < 0, 130);
-        if (!run.units.CONINP) {
-            MSGOUT(run);
-            return FIM;
-        }
-        run.opt.set("80CO"_opt);
-        run.units.LUREP = unit::console_out;
+        if (run.units.CONINP) run.units.LUREP = unit::console_out;
+        if (run.units.to_console()) run.opt.set("80CO"_opt);
+        selector.show_wrong_lines();
         MSGOUT(run);
+        if (!run.units.CONINP) return FIM;
         if (run.units.BATCHI) INTERR(run);
         if (code < 0 && ++run.ctl.lines_missed >= ENDS_AT_CONSOLE) return FIM;
     }

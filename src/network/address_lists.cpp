@@ -114,7 +114,7 @@ void link_branch_rows(Store& s) {
     BranchTables& b = s.branch;
     b.LITRF.fill(b.NL, 0);
     for (int t : rows(s.tap.NTAP))
-        if (const int l = s.tap.NOTAP(t); l != 0 && b.LTYPE(l) != 0 && b.LTYPE(l) != 5) b.LITRF(l) = t;
+        if (const int l = s.tap.NOTAP(t); l != 0 && (b.LTYPE(l) == 1 || b.LTYPE(l) == 3)) b.LITRF(l) = t;
     for (int p : rows(s.phs.NPHS)) {
         if (s.phs.NOPHS(p) == 0) continue;
         const int l = s.tap.NOTAP(s.phs.NOPHS(p));

@@ -38,6 +38,8 @@ void forget_bus(Store& s, int k) {
 
 void RESET(Run& run) {
     Store& s = run.store;
+    s.adr.NOORD.fill(rows_taken(s, s.bus), 0);
+    s.adr.NAORD.fill(rows_taken(s, s.area), 0);
     // A row takes its reset values when it is taken into use, so counts are all that a family has to forget.
     each_family(s, [](auto& family) { family.count() = 0; });
     for (int k : rows(MXAGR)) {

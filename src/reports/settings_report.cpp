@@ -15,8 +15,7 @@ constexpr int TITLE = 1, RULE = 2, ROW132 = 3, ROW80 = 4, NONE_ON = 5;
 class Listing {
 public:
     Listing(Run& run, std::string_view routine, std::size_t values132, std::size_t values80)
-        : run_(run),
-          page_((open_report(run, routine), run)),
+        : page_((open_report(run, routine), run)),
           row_(page_width(run) == 132 ? ROW132 : ROW80),
           room_(row_ == ROW132 ? values132 : values80) {}
 
@@ -38,7 +37,6 @@ private:
         page_.heading(TITLE, RULE);
         return page_.wanted();
     }
-    Run& run_;
     Page page_;
     int row_;
     std::size_t room_;

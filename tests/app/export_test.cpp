@@ -128,8 +128,11 @@ TEST(Export, TextsAreQuotedAndDeadOrOpenBranchesShowWhatFlows) {
     st.branch.STLIN(out) = st.branch.STLIND(out) = st.branch.STLINP(out) = false;
     st.bus.STBUS(bus_of(st, 5)) = false;
     st.branch.CAPAC(open) = 50;
-    for (const auto& b : read_csv(buses_csv(s.run)))
-        if (b.at("number") == "2") EXPECT_EQ(b.at("name"), "A,B \"ç\"");
+    for (const auto& b : read_csv(buses_csv(s.run))) {
+        if (b.at("number") == "2") {
+            EXPECT_EQ(b.at("name"), "A,B \"ç\"");
+        }
+    }
     for (const auto& b : read_csv(branches_csv(s.run))) {
         if (b.at("from") == "1") {
             // both halves of the charging behind a series reactance of 0.1 pu, at about 1 pu

@@ -1,6 +1,7 @@
 // Codes that join several folders: constants and the network, a solution and its reports, voltages read back.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 
 #include "frame/run.hpp"

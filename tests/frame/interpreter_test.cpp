@@ -60,6 +60,7 @@ TEST(CodeLine, IsReadOrRefusedByItsColumns) {
         EXPECT_EQ(SELKOD(s.run), c.code) << c.deck;
         MSGOUT(s.run);
         EXPECT_EQ(s.numbers("SELKOD"), c.messages) << c.deck;
+        EXPECT_EQ(s.console().find(std::string(81, '-')), std::string::npos) << "the screen has 80 columns";
     }
 }
 

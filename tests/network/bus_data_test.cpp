@@ -1,52 +1,60 @@
 // DBAR: what its cards may hold, what is refused, and what the end card makes of it all.
 #include <gtest/gtest.h>
 
-#include "support/deck.hpp"
-#include "support/fixture.hpp"
+#include "network/block_bench.hpp"
 #include "support/store_tools.hpp"
 
 namespace korvane::testing {
 namespace {
 
-/// A bus card: number, operation, type, then what else is in its columns.
-std::string bus(int number, char operation, char type,
-                std::initializer_list<std::pair<int, std::string_view>> more = {}) {
+/// A number right-justified in so many columns.
+std::string right(long number, std::size_t width) {
+    const std::string digits = std::to_string(number);
+    return std::string(width - std::min(width, digits.size()), ' ') + digits;
+}
+
+using Fields = std::initializer_list<std::pair<int, std::string_view>>;
+
+/// A bus card: number, operation, type, and texts that begin in other columns. A new bus is in area 1 unless told.
+std::string bus(int number, char operation, char type, Fields more = {}) {
     std::string line = right(number, 5) + operation + ' ' + type;
-    const std::string rest = card(more);
-    line.resize(std::max(line.size(), rest.size()), ' ');
-    for (std::size_t i = 8; i < rest.size(); ++i) line[i] = rest[i];
-    if (rest.size() > 6 && rest[6] != ' ') line[6] = rest[6];
-    if (std::none_of(more.begin(), more.end(), [](auto& f) { return f.first >= 74 && f.first <= 76; }) &&
-        operation != '1' && operation != '2')
-        line.resize(std::max<std::size_t>(line.size(), 76), ' '), line[75] = '1';
+    auto put = [&](int column, std::string_view text) {
+        line.resize(std::max(line.size(), std::size_t(column - 1) + text.size()), ' ');
+        line.replace(std::size_t(column - 1), text.size(), text);
+    };
+    const bool area_told = std::any_of(more.begin(), more.end(), [](auto& f) { return f.first == 74; });
+    if (!area_told && operation != '1' && operation != '2' && operation != 'M' && operation != 'E') put(76, "1");
+    for (const auto& [column, text] : more) put(column, text);
     return line;
 }
 
-/// A run of DBAR blocks, one after the other. A store that no deck can make yet is made by the preparation, which
-/// runs before the first block.
-struct Blocks {
-    Session session;
-    korvane::Run& run = session.run;
+/// The code line, the cards and the end card.
+std::string block(std::string_view code_line, const std::vector<std::string>& cards) {
+    std::string text(code_line);
+    text += '\n';
+    for (const std::string& c : cards) text += c + '\n';
+    return text + "99999\n";
+}
+
+/// DBAR blocks, one after the other, with the options of their code lines.
+struct Blocks : BlockBench {
     Store& s = run.store;
 
     explicit Blocks(std::initializer_list<std::string> decks, const std::function<void(Run&)>& prepare = {}) {
-        session.start();
         if (prepare) prepare(run);
         for (const std::string& deck : decks) read(deck);
     }
-    Blocks() : Blocks({}) {}
-    /// One code line and its block; the options of the line are in force. A run that stops is no failure here.
+    Blocks() = default;
+
     void read(const std::string& deck) {
-        session.feed(deck);
+        feed(deck);
         try {
-            const int code = SELKOD(run);
-            ASSERT_EQ(code, 1) << deck.substr(0, 40);
-            run.ctl.codes[0].handler(run);
-        } catch (const RunStop&) {
+            ASSERT_EQ(SELKOD(run), 1) << deck.substr(0, 40);
+            INPBUS(run);
+        } catch (const RunStop&) {  // a batch run stops behind a block with errors
         }
     }
-    std::vector<int> numbers() const { return session.numbers("INPBUS"); }
-    int at(int number) const { return bus_of(s, number); }
+    std::vector<int> told() const { return numbers("INPBUS"); }
     int generator(int number) const {
         for (int g : rows(s.gen.NG))
             if (s.bus.NOINT(s.gen.NOGEN(g)) == number) return g;
@@ -84,7 +92,7 @@ int branch(Store& s, int from, int to, int type = 0, int controlled = 0) {
 
 TEST(BusCard, BlankFieldsTakeTheirDefaults) {
     Blocks b{block("DBAR", {"    7"})};
-    EXPECT_EQ(b.numbers(), std::vector{-925});
+    EXPECT_EQ(b.told(), std::vector{-925});
     const BusTables& t = b.s.bus;
     ASSERT_EQ(t.NB, 1);
     EXPECT_EQ(t.NOINT(1), 7);
@@ -123,7 +131,7 @@ TEST(BusCard, EveryFieldReachesItsTable) {
                                                                    {81, "2"},
                                                                    {82, "  5"},
                                                                    {109, "6"}})});
-    EXPECT_EQ(Blocks{deck}.numbers(), (std::vector{490, 670}));  // aggregators 1 and 10 hold nothing yet
+    EXPECT_EQ(Blocks{deck}.told(), (std::vector{490, 670}));  // aggregators 1 and 10 hold nothing yet
     auto aggregators = [](korvane::Run& run) {
         run.store.agr.count(1) = 1;
         run.store.agr.NIDGAG(1)(1) = 5;
@@ -132,8 +140,8 @@ TEST(BusCard, EveryFieldReachesItsTable) {
     };
     const Blocks full{{deck}, aggregators};
     const Store& s = full.s;
-    const int k = full.at(12345), g = full.generator(12345);
-    ASSERT_TRUE(k && g) << full.session.messages();
+    const int k = full.bus(12345), g = full.generator(12345);
+    ASSERT_TRUE(k && g) << full.messages();
     EXPECT_FALSE(s.bus.STBUS(k));
     EXPECT_EQ(s.bus.NTYPE(k), 2);
     EXPECT_EQ(s.gbt.GBTEN(s.bus.NOGBT(k)), " X");
@@ -152,7 +160,7 @@ TEST(BusCard, EveryFieldReachesItsTable) {
     EXPECT_EQ(s.gen.PMIN(g) + s.gen.FGEN(g), 0);
     ASSERT_EQ(s.rcb.NRCB, 1);
     EXPECT_EQ(s.rcb.ICB(1), g);
-    EXPECT_EQ(s.rcb.IRCB(1), full.at(8));
+    EXPECT_EQ(s.rcb.IRCB(1), full.bus(8));
     EXPECT_EQ(s.rcb.VRCB(1), 1.0);
     EXPECT_DOUBLE_EQ(s.bus.PLOAD(k), 0.4);
     EXPECT_DOUBLE_EQ(s.bus.QLOAD(k), 0.015);
@@ -176,7 +184,7 @@ TEST(BusCard, TypeGivesTheRoleAndTheStateOfItsLimits) {
         {bus(1, ' ', '1', {{43, "0"}}), -2, 0, 0},
         {bus(1, ' ', '1', {{43, "-5"}}), 2, -5, 0},
         {bus(1, ' ', '1', {{43, "10"}, {48, "10"}}), -2, 10, 10},
-        {bus(1, ' ', '2'), 3, -9999, 99999},
+        {bus(1, ' ', '2'), -3, 0, 0},
         {bus(1, ' ', '2', {{43, "-1"}, {48, "1"}}), 3, -1, 1},
         {bus(1, ' ', '3', {{43, "-1"}, {48, "1"}}), -1, -1, 1},
     };
@@ -195,7 +203,7 @@ TEST(BusCard, TypeGivesTheRoleAndTheStateOfItsLimits) {
 // A load bus with voltage limits keeps its scheduled reactive generation, whatever its limits say.
 TEST(BusCard, LoadBusWithVoltageLimitsKeepsItsSchedule) {
     Blocks b{block("DBAR", {bus(1, ' ', '3', {{25, "1020"}, {38, "50"}, {43, "-1"}, {48, "1"}})})};
-    EXPECT_TRUE(b.numbers().empty()) << b.session.messages();
+    EXPECT_TRUE(b.told().empty()) << b.messages();
     EXPECT_DOUBLE_EQ(b.s.gen.VGEN(1), 0.5);
     EXPECT_DOUBLE_EQ(b.s.gen.QGEN(1), 0.5);
     b.s.bus.NTYPE(1) = 1;  // a solution held its voltage and moved its generation
@@ -221,7 +229,7 @@ TEST(BusCard, RefusesWithItsNumber) {
     const std::string one = bus(1, ' ', '0'), machine = bus(1, ' ', '1');
     const Refused cases[] = {
         {"operation", {bus(1, '3', '0'), bus(2, '9', '0')}, {100, 100}},
-        {"no number", {bus(0, ' ', '0'), bus(-4, '2', '0'), card({{76, "1"}})}, {110, 110, 110}},
+        {"no number", {bus(0, ' ', '0'), bus(-4, '2', '0'), std::string(75, ' ') + "1"}, {110, 110, 110}},
         {"twice", {one, one, bus(1, 'A', '1')}, {120, 120}},
         {"unknown", {bus(5, '1', ' '), bus(5, '2', ' '), bus(5, 'E', ' '), bus(5, 'M', ' ')}, {140, 140, 140, 140}},
         {"delete with more", {one, bus(1, '1', ' ', {{7, "L"}}), bus(1, '1', ' ', {{111, "1"}})}, {150, 150}},
@@ -262,7 +270,7 @@ TEST(BusCard, RefusesWithItsNumber) {
     };
     for (const Refused& c : cases) {
         Blocks b{block("DBAR", c.cards)};
-        EXPECT_EQ(b.numbers(), c.numbers) << c.what;
+        EXPECT_EQ(b.told(), c.numbers) << c.what;
         b.sound();
     }
 }
@@ -277,7 +285,7 @@ TEST(BusCard, RefusesAggregatorsByTheirPlace) {
         numbers.insert(numbers.end(), {480 + 20 * k, 490 + 20 * k});
     }
     Blocks b{block("DBAR", cards)};
-    EXPECT_EQ(b.numbers(), numbers);
+    EXPECT_EQ(b.told(), numbers);
 }
 
 TEST(BusCard, EndOfInputIsToldAndKeepsTheCards) {
@@ -293,7 +301,7 @@ TEST(BusCard, WithAnErrorChangesNothing) {
     Blocks b{good};
     b.read(block("DBAR", {bus(1, '2', '2', {{9, "QQ"}, {11, "NOVO"}, {25, "1050"}, {33, "99"}, {69, "7"}, {81, "5"}}),
                           bus(3, ' ', '1', {{9, "RR"}, {43, "2"}, {48, "1"}})}));
-    EXPECT_EQ(b.numbers(), (std::vector{460, 240}));
+    EXPECT_EQ(b.told(), (std::vector{460, 240}));
     EXPECT_EQ(first_difference(b.s, Blocks{good}.s), "");
 }
 
@@ -338,7 +346,7 @@ TEST(BusLimits, EachFullTableHasItsNumber) {
         std::vector<std::string> cards;
         for (int i = 1; i <= c.limit + 1; ++i) cards.push_back(c.card(i));
         Blocks b{block("DBAR", cards)};
-        std::vector<int> errors = b.numbers();
+        std::vector<int> errors = b.told();
         std::erase(errors, -980);
         EXPECT_EQ(errors, std::vector{c.number}) << c.what;
         EXPECT_EQ(b.s.bus.NB, c.limit) << c.what;  // the card one above the limit, and only that one, is refused
@@ -354,7 +362,7 @@ TEST(BusBlock, GenerationThatEndsTakesItsRowAlong) {
     EXPECT_EQ(b.s.gen.NG, 3);
     EXPECT_DOUBLE_EQ(b.s.slk.PSLK(1), 0.05);
     b.read(block("DBAR", {bus(2, '2', '0', {{33, "0"}})}));
-    EXPECT_TRUE(b.numbers().empty()) << b.session.messages();
+    EXPECT_TRUE(b.told().empty()) << b.messages();
     EXPECT_EQ(b.s.gen.NG, 2);
     EXPECT_EQ(b.generator(2), 0);
     EXPECT_DOUBLE_EQ(b.s.gen.PGEN(b.generator(3)), 0.2);
@@ -375,17 +383,17 @@ TEST(BusBlock, RemovedBusTakesAlongWhatStandsThere) {
     rebuild_addresses(b.run);
     ASSERT_EQ(kept, 4);
     b.read(block("DBAR", {bus(2, '1', ' ')}));
-    EXPECT_EQ(b.numbers(), (std::vector{-950, -980}));  // the tap of branch 4 controlled the bus
+    EXPECT_EQ(b.told(), (std::vector{-950, -980}));  // the tap of branch 4 controlled the bus
     EXPECT_EQ(b.s.bus.NB, 3);
     EXPECT_EQ(b.s.branch.NL, 2);
     EXPECT_EQ(b.s.tap.NTAP, 1);
-    EXPECT_EQ(b.s.tap.KBUS(1), b.at(1));
+    EXPECT_EQ(b.s.tap.KBUS(1), b.bus(1));
     EXPECT_EQ(b.generator(2), 0);
     EXPECT_EQ(b.shunt(2), 0);
     EXPECT_DOUBLE_EQ(b.shunt(3), 0.06);
     ASSERT_EQ(b.s.rcb.NRCB, 1);
     EXPECT_EQ(b.s.rcb.ICB(1), b.generator(4));
-    EXPECT_EQ(b.s.rcb.IRCB(1), b.at(3));
+    EXPECT_EQ(b.s.rcb.IRCB(1), b.bus(3));
     b.sound();
 }
 
@@ -395,13 +403,13 @@ TEST(BusBlock, ABusMayGoAndComeInOneBlock) {
     rebuild_addresses(b.run);
     b.read(block("DBAR", {bus(2, '1', ' '), bus(2, ' ', '0', {{25, "1030"}, {59, "8"}}), bus(2, '2', ' ', {{64, "3"}}),
                           bus(3, ' ', '0'), bus(3, '2', ' ', {{59, "1"}}), bus(3, '1', ' ')}));
-    EXPECT_EQ(b.numbers(), (std::vector{-950, -950}));
+    EXPECT_EQ(b.told(), (std::vector{-950, -950}));
     ASSERT_EQ(b.s.bus.NB, 2);
     EXPECT_EQ(b.s.branch.NL, 0);  // the branch stood at the bus that went
-    EXPECT_DOUBLE_EQ(b.s.bus.PLOAD(b.at(2)), 0.08);
-    EXPECT_DOUBLE_EQ(b.s.bus.QLOAD(b.at(2)), 0.03);
+    EXPECT_DOUBLE_EQ(b.s.bus.PLOAD(b.bus(2)), 0.08);
+    EXPECT_DOUBLE_EQ(b.s.bus.QLOAD(b.bus(2)), 0.03);
     ASSERT_EQ(b.s.rcb.NRCB, 1);  // control is by number
-    EXPECT_EQ(b.s.rcb.IRCB(1), b.at(2));
+    EXPECT_EQ(b.s.rcb.IRCB(1), b.bus(2));
     EXPECT_DOUBLE_EQ(b.s.rcb.VRCB(1), 1.03);
     b.sound();
 }
@@ -412,21 +420,21 @@ TEST(BusBlock, RemoteControlFollowsTheCards) {
     EXPECT_EQ(b.s.rcb.NRCB, 2);
     EXPECT_DOUBLE_EQ(b.s.rcb.VRCB(2), 0.99);
     // A solution moves the voltage of the controlled bus; a card on another field leaves the set point.
-    b.s.bus.VOLT(b.at(3)) = 0.95;
+    b.s.bus.VOLT(b.bus(3)) = 0.95;
     b.read(block("DBAR", {bus(3, '2', ' ', {{59, "1"}})}));
     EXPECT_DOUBLE_EQ(b.s.rcb.VRCB(1), 0.99);
-    EXPECT_DOUBLE_EQ(b.s.bus.VOLT(b.at(3)), 0.95);
+    EXPECT_DOUBLE_EQ(b.s.bus.VOLT(b.bus(3)), 0.95);
     b.read(block("DBAR", {bus(3, '2', ' ', {{25, "1010"}})}));
     EXPECT_DOUBLE_EQ(b.s.rcb.VRCB(1), 1.01);
     // Its own bus: the row goes and the bus starts at its set point.
-    b.s.bus.VOLT(b.at(1)) = 0.9;
+    b.s.bus.VOLT(b.bus(1)) = 0.9;
     b.read(block("DBAR", {bus(1, '2', ' ', {{53, "1"}})}));
     EXPECT_EQ(b.s.rcb.NRCB, 1);
-    EXPECT_DOUBLE_EQ(b.s.bus.VOLT(b.at(1)), 1.02);
+    EXPECT_DOUBLE_EQ(b.s.bus.VOLT(b.bus(1)), 1.02);
     // A machine that becomes a load controls nothing.
     b.read(block("DBAR", {bus(2, '2', '0')}));
     EXPECT_EQ(b.s.rcb.NRCB, 0);
-    EXPECT_TRUE(b.numbers().empty()) << b.session.messages();
+    EXPECT_TRUE(b.told().empty()) << b.messages();
 }
 
 TEST(BusBlock, TapsTakeTheSetPointOfTheirBus) {
@@ -434,16 +442,16 @@ TEST(BusBlock, TapsTakeTheSetPointOfTheirBus) {
     branch(b.s, 2, 3, 3, 3);
     b.s.tap.VBUS(1) = 1.05;
     rebuild_addresses(b.run);
-    b.s.bus.VOLT(b.at(3)) = 0.97;
+    b.s.bus.VOLT(b.bus(3)) = 0.97;
     b.read(block("DBAR", {bus(3, '2', ' ', {{59, "1"}})}));
     EXPECT_DOUBLE_EQ(b.s.tap.VBUS(1), 1.05);
     EXPECT_DOUBLE_EQ(b.s.tap.VBARRA(1), 1.05);
     b.read(block("DBAR", {bus(3, '2', ' ', {{25, "1025"}})}));
     EXPECT_DOUBLE_EQ(b.s.tap.VBUS(1), 1.025);
-    EXPECT_TRUE(b.numbers().empty()) << b.session.messages();
-    b.s.tap.KBUS(1) = b.at(1);  // a bus that controls another
+    EXPECT_TRUE(b.told().empty()) << b.messages();
+    b.s.tap.KBUS(1) = b.bus(1);  // a bus that controls another
     b.read(block("DBAR", {}));
-    EXPECT_EQ(b.numbers(), std::vector{350});
+    EXPECT_EQ(b.told(), std::vector{350});
 }
 
 TEST(BusBlock, DevicesFollowTheirBus) {
@@ -478,7 +486,7 @@ TEST(BusBlock, DevicesFollowTheirBus) {
         Blocks b{buses};
         devices(b.run);
         b.read(block("DBAR", {c.card}));
-        EXPECT_EQ(b.numbers(), c.numbers) << c.card;
+        EXPECT_EQ(b.told(), c.numbers) << c.card;
         b.sound();
     }
     Blocks b{buses};
@@ -491,7 +499,7 @@ TEST(BusBlock, DevicesFollowTheirBus) {
 
     b.s.gen.XQ(b.generator(5)) = 1.1;
     b.read(block("DBAR", {bus(5, '2', ' ', {{48, "50"}})}));
-    EXPECT_EQ(b.numbers(), std::vector{-960});
+    EXPECT_EQ(b.told(), std::vector{-960});
 }
 
 TEST(BusBlock, UnusedAreasAndLimitGroupsGo) {
@@ -533,8 +541,8 @@ TEST(Molt, RebuildsTheAreasFromTheCards) {
     rebuild_addresses(b.run);
     b.read(block("DBAR MOLT",
                  {bus(1, '2', ' ', {{74, " 20"}}), bus(2, '2', ' ', {{59, "1"}}), bus(6, ' ', '0', {{74, " 30"}})}));
-    EXPECT_TRUE(b.numbers().empty()) << b.session.messages();
-    auto area = [&](int number) { return b.s.area.NAINT(b.s.bus.IAREA(b.at(number))); };
+    EXPECT_TRUE(b.told().empty()) << b.messages();
+    auto area = [&](int number) { return b.s.area.NAINT(b.s.bus.IAREA(b.bus(number))); };
     EXPECT_EQ(area(1), 20);
     for (int number : {2, 3, 4}) EXPECT_EQ(area(number), 20) << number;  // from neighbour to neighbour
     EXPECT_EQ(area(5), 99);                                              // nobody to take it from
@@ -553,8 +561,8 @@ TEST(Molt, RebuildsTheAreasFromTheCards) {
 TEST(FreeList, HoldsTheFieldsInTheOrderOfTheirColumns) {
     Blocks b{block("DBAR FLIV", {"7,A,L,1,34,\"BARRA, SETE\",2,1.0456789,-12.5,123.4567,10;-20;30,,40,5,-6,3,0.98,1",
                                  "8,0,L,1,,OITO,,1,,5,,0.0001,0.0001,,,,,3", "9,,,,,,,,,,,,,,,,,4", "7,M,,,,,,,,200"})};
-    EXPECT_TRUE(b.numbers().empty()) << b.session.messages();
-    const int k = b.at(7), g = b.generator(7);
+    EXPECT_TRUE(b.told().empty()) << b.messages();
+    const int k = b.bus(7), g = b.generator(7);
     ASSERT_TRUE(k && g);
     EXPECT_EQ(b.s.bus.BNAME(k).trimmed(), "BARRA, SETE");
     EXPECT_EQ(b.s.gbt.GBTEN(b.s.bus.NOGBT(k)), "34");
@@ -567,16 +575,16 @@ TEST(FreeList, HoldsTheFieldsInTheOrderOfTheirColumns) {
     EXPECT_DOUBLE_EQ(b.shunt(7), -0.06);
     EXPECT_DOUBLE_EQ(b.s.bus.FVOLT(k), 0.98);
     EXPECT_EQ(b.s.bus.IBMIDPOINT(k), 1);
-    EXPECT_EQ(b.s.bus.NTYPE(b.at(8)), -2);  // 0.0001 is an explicit zero: not the blank that means no limits
+    EXPECT_EQ(b.s.bus.NTYPE(b.bus(8)), -2);  // 0.0001 is an explicit zero: not the blank that means no limits
     EXPECT_EQ(b.s.gen.QMAX(b.generator(8)), 0);
-    EXPECT_EQ(b.s.area.NAINT(b.s.bus.IAREA(b.at(9))), 4);
+    EXPECT_EQ(b.s.area.NAINT(b.s.bus.IAREA(b.bus(9))), 4);
     b.sound();
 }
 
 TEST(FreeList, RefusesWhatDoesNotFit) {
     Blocks b{block("DBAR FLIV", {"123456,A", "1,A,L,12", "2,X", "3,9", "4,A,L,0,ABC", "5,A,L,0,,\"open",
                                  "6,A,L,0,,,,1.x", "7,E,L", "8,A,L,0,,,,,,,,,,,,,,1,,,,,,,,,,,,,,1"})};
-    EXPECT_EQ(b.numbers(), (std::vector{310, 310, 310, 100, 310, 310, 310, 140, 310}));
+    EXPECT_EQ(b.told(), (std::vector{310, 310, 310, 100, 310, 310, 310, 140, 310}));
     EXPECT_EQ(b.s.bus.NB, 0);
 }
 
@@ -588,10 +596,10 @@ TEST(BusEcho, ShowsWhatWasUsed) {
     EXPECT_EQ(s.status, 0) << s.messages();
     const std::string wide = s.print();
     EXPECT_NE(
-        wide.find("     7 Inc L 1  0 SETE          0 1045   0.    0.    0. -9999 99999      7    0.    0.    0.   1"),
+        wide.find("    7 Inc L 1  0 SETE          0 1045   0.    0.    0. -9999 99999      7    0.    0.    0.   1"),
         std::string::npos)
         << wide;
-    EXPECT_NE(s.console().find("     7 Alt L 1  0 SETE          0 1045"), std::string::npos) << s.console();
+    EXPECT_NE(s.console().find("    7 Alt L 1  0 SETE          0 1045"), std::string::npos) << s.console();
 }
 
 // --- random blocks
@@ -641,7 +649,7 @@ TEST(BusBlock, AnyWayToTheSameBusesLeavesTheSameStore) {
         std::vector<std::string> survivors{bus(100, ' ', '0')};
         for (const auto& [number, v] : alive) survivors.push_back(whole(number, 'A', v));
         Blocks direct{block("DBAR", survivors)};
-        for (int number : changed.numbers()) EXPECT_LT(number, 0) << seed;
+        for (int number : changed.told()) EXPECT_LT(number, 0) << seed;
         changed.sound();
         direct.sound();
         // VOLT of a bus that once controlled another starts at its set point: the same value here. States of limits

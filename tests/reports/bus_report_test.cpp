@@ -21,7 +21,7 @@ struct Printed {
 
     explicit Printed(const std::string& text) {
         std::istringstream in(text);
-        for (std::string line; std::getline(in, line);) lines.push_back(line);
+        for (std::string line; std::getline(in, line);) lines.push_back(line.substr(line.starts_with('\f')));  // a new page
         // the rule in pieces; the one across the page stands above it
         while (rule < lines.size() && lines[rule].rfind("----- ---", 0) != 0) ++rule;
         if (rule == lines.size()) return;

@@ -83,14 +83,14 @@ TEST(ReportFrame, AListInErrorStopsABatchRunAndLeavesTheSelectionAlone) {
 
 TEST(ReportFrame, RatingsAndSelectionsAreNarrowedOnlyWhileItPrints) {
     Session s(small_network() + "FIM\n");
-    Run& run = s.run;
+    korvane::Run& run = s.run;
     Store& st = run.store;
     st.branch.CAPAC(1) = st.branch.CAPAE(2) = INFINITE_RATING;
     st.branch.CAPAC(2) = 250.0;
     st.branch.KAPAQ(3) = 1'000'000'000;
     st.bus.BUSSEL(2) = st.branch.LINSEL(1) = st.area.ARESEL(3) = false;
     int pages = 0;
-    run.pag.subject = [&](Run& r) {  // runs under each heading, in the middle of the report
+    run.pag.subject = [&](korvane::Run& r) {  // runs under each heading, in the middle of the report
         ++pages;
         EXPECT_EQ(r.store.branch.CAPAC(1), 9999.0);
         EXPECT_EQ(r.store.branch.CAPAE(2), 9999.0);
@@ -170,8 +170,8 @@ TEST(ReportFrame, SettingsPrintInTheUnitsOfTheirCards) {
         "DCTE\nBASE    200 TEPA     .5 VDVM    180 ASDC     2. ZMAX   400.\n99999\n"
         "DOPC\nIMPR L QLIM L\n99999\nRELA RCTE ROPC FILE\nFIM\n");
     const std::string text = s.print();
-    for (const char* pair : {"BASE    200.", "TEPA      0.5", "VDVM    180.", "ASDC      2.", "ZMAX    400.",
-                             "LPRT     60.", "TEPR      0.1", "IMPR L", "QLIM L", "NEWT L"}) {
+    for (const char* pair : {"BASE    200.", "TEPA       .5", "VDVM    180.", "ASDC      2.", "ZMAX    400.",
+                             "LPRT     60.", "TEPR       .1", "IMPR L", "QLIM L", "NEWT L"}) {
         // the name and its value, however many blanks between them
         const std::string name = std::string(pair).substr(0, 4), value = std::string(pair).substr(5);
         const auto at = text.find(name);

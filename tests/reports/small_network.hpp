@@ -18,7 +18,7 @@ struct BusCard {
 
 inline std::string bus_card(const BusCard& b) {
     char card[160];
-    std::snprintf(card, sizeof card, "%5d %c%1d  %-12s  1000   0                               %5g          %3d\n",
+    std::snprintf(card, sizeof card, "%5d %c%1d  %-12s  1000   0                          %5g          %3d\n",
                   b.number, b.state, b.type, b.name, b.load_mw, b.area);
     return card;
 }
