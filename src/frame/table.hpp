@@ -90,8 +90,14 @@ enum class Family : unsigned char {
     limit_factor,
     fixed_tap,
     alternative_slack,
+    voltage_band,
+    active_sum,
+    reactive_sum,
+    flow_sum,
+    flow_member,
+    frequency_island,
 };
-constexpr int FAMILIES = int(Family::alternative_slack) + 1;
+constexpr int FAMILIES = int(Family::frequency_island) + 1;
 
 /// An entry that is a row of family F: 0 points at nothing, and a sign carries a meaning of the column and survives
 /// every move of the row.

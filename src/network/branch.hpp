@@ -73,16 +73,19 @@ struct TapTables {
     Table<int, MXTAP> NTTAP;              // where the control left the tap: 0 free, 1 at TPMAX, 2 at TPMIN
     Table<int, MXTAP> NTTVF;              // state of the band control
     Table<double, MXTAP> VMNTVF, VMXTVF;  // voltage band, pu
+    Table<bool, MXTAP> TVFLIM;            // outside the band to its nearest limit; else to its centre
+    Table<bool, MXTAP> FTPDIS;            // the tap moves in whole positions
     Table<double, MXTAP> FATRF;           // control factor
 
     int& count() { return NTAP; }
     static constexpr auto columns() {
         using T = TapTables;
-        return std::tuple{column("NOTAP", &T::NOTAP),     column("KBUS", &T::KBUS),     column("TAP", &T::TAP, 1.0),
-                          column("TPMIN", &T::TPMIN),     column("TPMAX", &T::TPMAX),   column("VBUS", &T::VBUS),
-                          column("VBARRA", &T::VBARRA),   column("NTSTP", &T::NTSTP),   column("NTTAP", &T::NTTAP),
-                          column("NTTVF", &T::NTTVF),     column("VMNTVF", &T::VMNTVF), column("VMXTVF", &T::VMXTVF),
-                          column("FATRF", &T::FATRF, 1.0)};
+        return std::tuple{
+            column("NOTAP", &T::NOTAP),         column("KBUS", &T::KBUS),     column("TAP", &T::TAP, 1.0),
+            column("TPMIN", &T::TPMIN),         column("TPMAX", &T::TPMAX),   column("VBUS", &T::VBUS),
+            column("VBARRA", &T::VBARRA),       column("NTSTP", &T::NTSTP),   column("NTTAP", &T::NTTAP),
+            column("NTTVF", &T::NTTVF),         column("VMNTVF", &T::VMNTVF), column("VMXTVF", &T::VMXTVF),
+            column("TVFLIM", &T::TVFLIM, true), column("FTPDIS", &T::FTPDIS), column("FATRF", &T::FATRF, 1.0)};
     }
 };
 static_assert(lists_every_table<TapTables>());

@@ -48,6 +48,13 @@ bool in_service(const Store& s, const AutomaticShuntTables& t, int i) { return a
 bool in_service(const Store&, const AreaTables&, int) { return true; }
 bool in_service(const Store&, const BaseGroupTables&, int) { return true; }
 bool in_service(const Store&, const LimitGroupTables&, int) { return true; }
+// Rows of report tables and of frequency islands keep their order; who reads them tests what they name.
+bool in_service(const Store&, const BandTables&, int) { return true; }
+bool in_service(const Store&, const ActiveSums&, int) { return true; }
+bool in_service(const Store&, const ReactiveSums&, int) { return true; }
+bool in_service(const Store&, const FlowSumTables&, int) { return true; }
+bool in_service(const Store&, const FlowMemberTables&, int) { return true; }
+bool in_service(const Store&, const FrequencyTables&, int) { return true; }
 template <Family Own, Family Of, int N>
 bool in_service(const Store& s, const RowList<Own, Of, N>& t, int i) {
     return alive(s, t.row(i));

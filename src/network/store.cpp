@@ -45,13 +45,14 @@ void RESET(Run& run) {
     for (int k : rows(MXAGR)) {
         s.agr.NAGINT(k) = k;
         s.agr.DESCAG(k) = "";
-        s.agr.count(k) = 0;
+        s.agr.count(k) = s.agr.NUMGAG(k) = 0;
     }
     s.adr.NBMAX = 0;
     s.adr.NLTL = 0;
     s.adr.LINPTR(1) = 0;
     s.ilh.count = 0;
     s.ilh.area_spans = false;
+    s.comment.length = 0;
     s.sol = {};
     s.cmp.compacted = false;
     s.cmp.rows = {};
@@ -124,6 +125,11 @@ void drop_removed(Run& run) {
     close_up(s, s.sca, [&](int r) { return s.sca.NBUSSCA(r) != 0; });
     close_up(s, s.cnv, [&](int r) { return s.cnv.INTBUS(r) != 0; });
     close_up(s, s.slp, [&](int r) { return s.slp.NOSLP(r) != 0; });
+    close_up(s, s.btb, [&](int r) { return s.btb.IPBTB(r) != 0; });
+    close_up(s, s.pge, [&](int r) { return s.pge.bus(r) != 0; });
+    close_up(s, s.qge, [&](int r) { return s.qge.bus(r) != 0; });
+    close_up(s, s.ltb, [&](int r) { return s.ltb.IPLTB(r) != 0; });
+    close_up(s, s.frq, [&](int r) { return s.frq.NREFRP(r) != 0; });
     const auto& lists = std::tie(s.mtb, s.mtg, s.mtl, s.fcr, s.fql, s.tpf);
     std::apply([&](auto&... list) { (close_up(s, list, [&](int r) { return list.row(r) != 0; }), ...); }, lists);
     rebuild_addresses(run);

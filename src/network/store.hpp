@@ -5,7 +5,10 @@
 #include <span>
 #include <vector>
 
-#include "network/elements.hpp"
+#include "network/compensation.hpp"
+#include "network/links.hpp"
+#include "network/lists.hpp"
+#include "network/loads.hpp"
 
 namespace korvane {
 
@@ -17,7 +20,9 @@ struct Aggregators {
     Table<Text<36>, MXAGR> DESCAG;
     Table<int, MXAGR> count;                        // groups in use
     Table<Table<int, MXAGROW>, MXAGR> NIDGAG;       // NIDGAG1 to NIDGAG10: identifiers
-    Table<Table<Text<36>, MXAGROW>, MXAGR> DESGAG;  // their descriptions
+    Table<Table<Text<36>, MXAGROW>, MXAGR> DESGAG;  // NOMEGA1 to NOMEGA10: their descriptions
+    Table<int, MXAGR> NUMGAG;                       // chain of rising identifiers: head
+    Table<Table<int, MXAGROW>, MXAGR> LNKGAG;       // LNKGAG1 to LNKGAG10: next row
 
     /// Row of identifier id in aggregator k, 0 for none.
     int row(int k, int id) const {
@@ -42,6 +47,20 @@ struct Addresses {
     Table<int, MXEQV> IEQADR;
     Table<int, MXGEN> IAGADR;
     Table<int, MXNUM> position;  // bus position by external number, 0 for none
+    Table<int, MXBUS> IPGEI;     // individual generators of a bus, ascending: head and link
+    Table<int, MXGEI> LNKGEI;
+    Table<int, MXBUS> IPCAI;  // individual loads of a bus, ascending
+    Table<int, MXCAI> LNKCAI;
+    Table<int, MXBSH> IPBSH;  // rows of a bank, ascending number
+    Table<int, MXBSHL> LNKBS;
+    Table<int, MXBSH> IPBRC;  // the same, those of negative value first
+    Table<int, MXBSHL> LNKRC;
+};
+
+/// DCMT: free text about the case, rows of 80 columns.
+struct CaseComment {
+    int length;  // characters in use
+    std::array<char, MXCMT> text;
 };
 
 /// Work tables that map a bus position to a row; whoever uses one rebuilds it.
@@ -141,8 +160,15 @@ struct Store {
     LimitFactors fql;
     FixedTaps tpf;
     AlternativeSlackTables slp;
+    BandTables btb;
+    ActiveSums pge;
+    ReactiveSums qge;
+    FlowSumTables ftb;
+    FlowMemberTables ltb;
+    FrequencyTables frq;
 
     Aggregators agr;
+    CaseComment comment;
     Addresses adr;
     BusMaps map;
     Islands ilh;
@@ -153,7 +179,8 @@ struct Store {
     /// All families, in the order in which the store is compacted.
     auto families() {
         return std::tie(bus, branch, tap, phs, shl, csc, mtl, tpf, gen, rcb, slk, fld, sht, mot, cai, gei, bsh, bshl,
-                        eqv, mtb, mtg, fcr, fql, slp, ldc, dcb, dcl, cnv, cer, sca, area, gbt, glt);
+                        eqv, mtb, mtg, fcr, fql, slp, ldc, dcb, dcl, cnv, cer, sca, btb, pge, qge, ftb, ltb, frq, area,
+                        gbt, glt);
     }
 };
 
