@@ -3,14 +3,8 @@
 
 #include "support/fixture.hpp"
 
-namespace korvane {
+namespace korvane::testing {
 namespace {
-
-using testing::FakePlatform;
-using testing::Session;
-using testing::SessionOptions;
-using testing::TempDir;
-using testing::Via;
 
 constexpr const char* MARK = "(###############################\n";
 
@@ -86,4 +80,4 @@ TEST(Log, AFileInUseIsRefused) {
 }
 
 }  // namespace
-}  // namespace korvane
+}  // namespace korvane::testing
