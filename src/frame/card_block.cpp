@@ -234,10 +234,11 @@ OperationFault read_operation(const Run& run, const OperationColumn& column, Ope
     char c = run.CARD.at[column.column - 1];
     if (c >= 'a' && c <= 'z') c = char(c - 'a' + 'A');
     if (c == ' ') c = '0';
-    if (const auto i = column.letters.find(c); i != std::string_view::npos) c = char('0' + i);
+    if (const auto i = column.letters.substr(0, 3).find(c); i != std::string_view::npos) c = char('0' + i);
     op = c >= '0' && c <= '2' ? Operation(c - '0' + 1) : Operation::failed;
     if (op != Operation::failed) return OperationFault::none;
-    return c >= '3' && c <= '9' ? OperationFault::digit : OperationFault::letter;
+    const bool letters_too = column.letters.size() > 3;  // "*" behind the letters: what is none of them is refused
+    return letters_too || (c >= '3' && c <= '9') ? OperationFault::digit : OperationFault::letter;
 }
 
 void echo(Run& run, const EchoRows& rows, std::span<const Slot> slots, const OperationColumn& column, Operation op) {
