@@ -64,10 +64,6 @@ constexpr std::array<Field<C>, N + SELECTION_FIELDS> with_selection(const Field<
     (std::make_index_sequence<N + SELECTION_FIELDS>{});
 }
 
-/// Letters of the operation in blocks with a selection. The "*" has the block's refusal given for every character that
-/// is none of them, where other blocks take a letter for a card that cannot be read.
-constexpr std::string_view LETTERS_OR_REFUSED = "AEM*";
-
 /// The selection that names the one bus, for a block that writes its rows.
 SelectionFields select_bus(int number);
 

@@ -155,7 +155,7 @@ void INPCAR(Run& run) {
     const Block<LoadModelCard> description = {
         .routine = "INPCAR",
         .fields = DCAR,
-        .operation = {.column = 51, .letters = LETTERS_OR_REFUSED, .refusal = 104, .words = 11},
+        .operation = {.column = 51, .letters = "AEM", .refusal = 104, .words = 11, .letters_only = true},
         .format_error = 180,
         .end_error = 190,
         .locate = [&](Run&, LoadModelEdit& e) { block.locate(e); },

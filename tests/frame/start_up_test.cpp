@@ -6,14 +6,8 @@
 #include "frame/catalogue.hpp"
 #include "support/fixture.hpp"
 
-namespace korvane {
+namespace korvane::testing {
 namespace {
-
-using testing::FakePlatform;
-using testing::Session;
-using testing::SessionOptions;
-using testing::TempDir;
-using testing::Via;
 
 std::string built(const char* type) { return read_file(std::string(KORVANE_BIN) + "/trov0_s." + type).value_or(""); }
 
@@ -183,4 +177,4 @@ TEST(StartUp, OutputThatIsLostMakesTheEndAbnormal) {
 }
 
 }  // namespace
-}  // namespace korvane
+}  // namespace korvane::testing
