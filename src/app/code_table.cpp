@@ -2,6 +2,7 @@
 
 #include "app/handlers.hpp"
 #include "frame/run.hpp"
+#include "network/individual_generators.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
 #include "reports/reports.hpp"
@@ -174,7 +175,7 @@ constexpr CodeRow NAMED[] = {
     {31, "DRES", {k(29, 310)}, nullptr, returned<31>},
     {32, "ULOG", {}, IOFILE},
     {33, "DINJ", {k(1, 330)}, INPINJ, injections_read},
-    {34, "DMOT", {k(1, 340)}, nullptr, counted<34, &Store::mot>},
+    {34, "DMOT", {k(1, 340)}, INPMOT, counted<34, &Store::mot>},
     {35, "DELO", {}, nullptr, counted<35, &Store::ldc>},
     {36, "DGBT", {k(1, 360)}, INPGBT, own<36>},
     {37, "DCSC", {k(2, 370)}, nullptr, counted<37, &Store::csc>},
@@ -243,9 +244,9 @@ constexpr CodeRow NAMED[] = {
     {97, "DSCA", {k(1, 970)}, nullptr, counted<97, &Store::sca>},
     {98, "EXRA", {k(1, 980)}, nullptr, own<98>},
     {99, "DBSH", {k(1, 990)}, nullptr, counted<99, &Store::bsh>},
-    {100, "DCAI", {k(1, 1000)}, nullptr, counted<100, &Store::cai>},
+    {100, "DCAI", {k(1, 1000)}, INPCAI, counted<100, &Store::cai>},
     {101, "DAEB", {k(1, 1010)}, nullptr, own<101>},
-    {102, "DGEI", {k(1, 1020)}, nullptr, counted<102, &Store::gei>},
+    {102, "DGEI", {k(1, 1020)}, INPGEI, counted<102, &Store::gei>},
     {103, "DAVR", {k(1, 1030)}, nullptr, own<103>},
     {104, "DLEN", {k(1, 1040)}, nullptr, own<104>},
     {105, "LOGD", {}, log_on, own<105>},
@@ -261,7 +262,7 @@ constexpr CodeRow NAMED[] = {
     {115, "DAGA", {k(1, 1150)}, nullptr, own<115>},
     {116, "DOSC", {}, INPCMD},
     {117, "EXT3", {k(2, 1170)}, nullptr, own<117>},
-    {118, "EXCC", {k(1, 1180)}, nullptr, own<118>},
+    {118, "EXCC", {k(1, 1180)}, EXCCAP, own<118>},
     {119, "DMSG", {}, INPMSG},
     {120, "CONC", {}, CONSET},
     {121, "DAGR", {}, nullptr, own<121>},
