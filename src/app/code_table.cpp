@@ -145,7 +145,7 @@ constexpr CodeRow NAMED[] = {
     {2, "DLIN", {k(1, 20), when(one_card_layout, OTHER_LAYOUT)}, INPLIN, counted_changed<2, &Store::branch>},
     {3, "DGER", {k(1, 30)}, INPGEN, own<3>},
     {4, "DARE", {k(1, 40), when(one_card_layout, OTHER_LAYOUT)}, INPARE, own<4>},
-    {5, "DCAR", {k(1, 50)}, nullptr, changed<5>},
+    {5, "DCAR", {k(1, 50)}, INPCAR, changed<5>},
     {6, "DGLT", {k(1, 60)}, INPGLT, own<6>},
     {7, "DREL", {k(1, 70)}, nullptr, returned<7>},
     {8, "DCTG", {k(1, 80)}, nullptr, returned<8>},

@@ -190,7 +190,6 @@ struct OperationColumn {
     int refusal = 0;
     int extra_on_delete = 0;  // message of a delete card with more than its key
     int words = 12;           // rows of FMTROT with the four words of the echo
-    bool letters_only = false;
 };
 
 /// Rows of FMTROT of one kind of card: heading and echo in 132 and in 80 columns, the guide shown at the console after

@@ -1,6 +1,6 @@
 // DTPF and DMFL with five branches on a card: taps held fixed, and branches whose flow is monitored.
+#include "frame/card_block.hpp"
 #include "network/branch_ends.hpp"
-#include "network/card_lists.hpp"
 #include "network/network.hpp"
 #include "network/placed_rows.hpp"
 
@@ -8,6 +8,11 @@ namespace korvane {
 
 namespace {
 
+constexpr int BRANCHES_ON_A_CARD = 5;
+
+struct BranchesCard {
+    Parts first, second, circuit;  // numbers of the buses, circuits
+};
 using C = BranchesCard;
 using BranchesEdit = Edit<BranchesCard>;
 
@@ -36,10 +41,10 @@ constexpr int WRONG_CIRCUIT = 130, NO_BRANCH = 170, FULL = 180, NOT_LISTED = 200
 /// What the two blocks differ in.
 struct ListRules {
     std::string_view routine;
-    int greatest_type;         // LTYPE of branches that count
-    int listed;                // message of an add of what is listed already
-    bool (*fits)(int ltype);   // whether such a branch may be listed
-    int unfit;                 // message of one that may not
+    int greatest_type;        // LTYPE of branches that count
+    int listed;               // message of an add of what is listed already
+    bool (*fits)(int ltype);  // whether such a branch may be listed
+    int unfit;                // message of one that may not
 };
 
 template <class List>
@@ -124,7 +129,7 @@ void BranchListBlock<List>::read() {
     const Block<BranchesCard> block = {
         .routine = rules_.routine,
         .fields = FIVE_BRANCHES,
-        .operation = {.column = 76, .letters = "AE ", .refusal = 100, .letters_only = true},
+        .operation = {.column = 76, .letters = "AE *", .refusal = 100},
         .format_error = 210,
         .end_error = 220,
         .locate = [&](Run&, BranchesEdit& e) { find_branches(e); },

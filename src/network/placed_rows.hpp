@@ -2,7 +2,7 @@
 #pragma once
 #include <vector>
 
-#include "network/store.hpp"
+#include "network/drop_row.hpp"
 
 namespace korvane {
 
@@ -32,9 +32,8 @@ public:
     void remove(int row) {
         int& place = place_[std::size_t(row)];
         assert(place != 0);
-        const int last = list_.count()--;
-        place_[std::size_t((list_.*Column)(last))] = place;
-        if (place != last) copy_row(&list_, layout_of(List::family), last, place);
+        place_[std::size_t((list_.*Column)(list_.count()))] = place;
+        drop_row(list_, place);
         place = 0;
     }
 
