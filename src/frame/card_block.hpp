@@ -51,7 +51,7 @@ template <class C>
 struct Field {
     int first, last;
     std::variant<int C::*, double C::*, char C::*, Text<2> C::*, Text<4> C::*, Text<12> C::*, Text<20> C::*,
-                 Text<36> C::*, Parts C::*>
+                 Text<36> C::*, Text<46> C::*, Parts C::*>
         into;
     Rules rules{};
 };

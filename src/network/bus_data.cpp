@@ -1,5 +1,6 @@
 // DBAR: buses, and the generation, load, shunt and groups on the bus card. The end card is in bus_data_end.cpp.
 #include "frame/card_block.hpp"
+#include "network/aggregator_fields.hpp"
 #include "network/bus_block.hpp"
 #include "network/network.hpp"
 #include "network/set_points.hpp"
@@ -25,7 +26,7 @@ struct BusCard {
     Parts aggregator;  // identifiers
 };
 
-constexpr Field<BusCard> DBAR[] = {
+constexpr Field<BusCard> OWN_FIELDS[] = {
     {1, 5, &BusCard::number, {.key = true}},
     {7, 7, &BusCard::state, {.add = "L", .letters = Letters::upper}},
     {8, 8, &BusCard::type, {.add = "0"}},
@@ -45,17 +46,8 @@ constexpr Field<BusCard> DBAR[] = {
     {74, 76, &BusCard::area, {.add = "1"}},
     {77, 80, &BusCard::fvolt, {.add = "1.0"}},
     {81, 81, &BusCard::midpoint, {.add = "0"}},
-    {82, 84, &BusCard::aggregator, {.part = 1}},
-    {85, 87, &BusCard::aggregator, {.part = 2}},
-    {88, 90, &BusCard::aggregator, {.part = 3}},
-    {91, 93, &BusCard::aggregator, {.part = 4}},
-    {94, 96, &BusCard::aggregator, {.part = 5}},
-    {97, 99, &BusCard::aggregator, {.part = 6}},
-    {100, 102, &BusCard::aggregator, {.part = 7}},
-    {103, 105, &BusCard::aggregator, {.part = 8}},
-    {106, 108, &BusCard::aggregator, {.part = 9}},
-    {109, 111, &BusCard::aggregator, {.part = 10}},
 };
+constexpr auto DBAR = with_aggregators(OWN_FIELDS, &BusCard::aggregator, 82, {});
 static_assert(well_formed(DBAR));
 
 using BusEdit = Edit<BusCard>;
@@ -119,8 +111,7 @@ BusCard stored(Run& run, const BusEdit& e) {
     c.area = s.area.NAINT(b.IAREA(k));
     c.fvolt = b.FVOLT(k);
     c.midpoint = b.IBMIDPOINT(k);
-    for (int i : rows(MXAGR))
-        if (const int row = b.IAGRBAR(k)(i)) c.aggregator[std::size_t(i - 1)] = s.agr.NIDGAG(i)(row);
+    show_aggregators(s, b.IAGRBAR(k), c.aggregator);
     return c;
 }
 
@@ -189,15 +180,6 @@ void check_control(Run& run, BusEdit& e, const BusBlock& block) {
     bad(run, e, remote && controlled && block.compensator[std::size_t(controlled)], 420);
 }
 
-// Aggregators: messages 480 and 490 for the first, 20 more for each one after it.
-void check_aggregators(Run& run, BusEdit& e) {
-    for (int i : rows(MXAGR)) {
-        const int id = e.card.aggregator[std::size_t(i - 1)];
-        if (id == 0) continue;
-        if (!bad(run, e, id < 0, 480 + 20 * (i - 1))) bad(run, e, !run.store.agr.row(i, id), 490 + 20 * (i - 1));
-    }
-}
-
 void check(Run& run, BusEdit& e, const BusBlock& block) {
     const Store& s = run.store;
     BusCard& c = e.card;
@@ -212,7 +194,7 @@ void check(Run& run, BusEdit& e, const BusBlock& block) {
         check_control(run, e, block);
         bad(run, e, c.state != 'L' && c.state != 'D', 430);
         bad(run, e, c.midpoint < 0 || c.midpoint > 2, 460);
-        check_aggregators(run, e);
+        check_aggregators(run, e, &BusCard::aggregator, 480);
     }
     if (e.adds()) return;
     const int area = s.bus.IAREA(e.row);
@@ -365,10 +347,7 @@ void apply(Run& run, BusEdit& e, BusBlock& block) {
     b.QLOAD(k) = c.qload;
     b.FVOLT(k) = c.fvolt;
     b.IBMIDPOINT(k) = c.midpoint;
-    for (int i : rows(MXAGR)) {
-        const int id = c.aggregator[std::size_t(i - 1)];
-        b.IAGRBAR(k)(i) = id ? std::uint8_t(s.agr.row(i, id)) : std::uint8_t(0);
-    }
+    take_aggregators(s, e, &BusCard::aggregator, b.IAGRBAR(k));
     apply_area(s, block, e);
     apply_generator(run, block, e);
     b.NTYPE(k) = bus_type(s, e);
