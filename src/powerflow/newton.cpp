@@ -132,18 +132,6 @@ void assemble_branches(Run& run) {
     }
 }
 
-// Power that stands at a bus whatever its voltage, beyond load and generation.
-void collect_injections(Run& run) {
-    const Store& s = run.store;
-    auto& injected = run.mat.work.injected;
-    injected.fill(s.bus.NB, Sides{0, 0});
-    for (int i : rows(s.eqv.NEQV)) {
-        Sides& at = injected(s.eqv.NOEQV(i));
-        at.DELTA += s.eqv.PMAT(i);
-        at.WORK += s.eqv.QMAT(i);
-    }
-}
-
 // The generator row of each bus.
 void map_generators(Run& run) {
     const GeneratorTables& gen = run.store.gen;
@@ -333,6 +321,17 @@ void update(Run& run) {
 }  // namespace
 
 std::span<const Device> devices() { return DEVICES; }
+
+void collect_injections(Run& run) {
+    const Store& s = run.store;
+    auto& injected = run.mat.work.injected;
+    injected.fill(s.bus.NB, Sides{0, 0});
+    for (int i : rows(s.eqv.NEQV)) {
+        Sides& at = injected(s.eqv.NOEQV(i));
+        at.DELTA += s.eqv.PMAT(i);
+        at.WORK += s.eqv.QMAT(i);
+    }
+}
 
 void assemble(Run& run) {
     SolverState& st = run.mat.state;

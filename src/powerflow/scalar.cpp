@@ -12,6 +12,7 @@ namespace korvane {
 namespace {
 
 constexpr double HELD_SCALAR = 1e20;  // diagonal of a row taken out of play
+constexpr double LEAST_RATIO = 1e-6;  // reactance to resistance of a branch that has no reactance
 constexpr int FRESH = 2;
 
 /// Entry e of an eliminated column, at row i, updates column i: A(b, i) -= A(b) d A(i) for the entries b after it.
@@ -129,9 +130,9 @@ void solve_scalar(const ScalarMatrix& a, const Pattern& p, double* x, int first)
 }
 
 double linear_element(const Store& s, int l) {
-    const double g = s.branch.GKM(l), b = s.branch.BKM(l), v = b + g * g / b;
-    const int type = s.branch.LTYPE(l);
-    const int n = type >= 1 && type <= 4 ? tap_row(s, l) : 0;
+    const double g = s.branch.GKM(l), b = s.branch.BKM(l);
+    const int n = tap_row(s, l);
+    const double v = b != 0 ? b + g * g / b : -g / LEAST_RATIO;
     return n ? v / s.tap.TAP(n) : v;
 }
 

@@ -67,6 +67,9 @@ std::span<const Device> devices();
 /// the augmented equations. Messages 100, 110, 130.
 void SOLVNW(Run& run, int& status);
 
+/// Power that equivalent injections give to each bus whatever its voltage, into work.injected.
+void collect_injections(Run& run);
+
 /// Mismatches and Jacobian at the present state: one pass up to the factorisation. For Newton and for tests.
 void assemble(Run& run);
 /// Factors, solves and corrects voltages and angles. False when the matrix is singular, which has been told.
@@ -81,6 +84,12 @@ void report_iteration(Run& run);
 void report_switches(Run& run);
 void report_singular(Run& run, int k);  // bus k has a pivot of zero
 void report_outcome(Run& run, int code);
+
+// --- the linear flow
+
+/// SOLVLF, its linear form: angles and slack generation by the linear model; B' has been factored. With PERD the losses
+/// of the branches are folded in, in PDIT rounds. CONVSTAT is 1, or 3 when an angle is not a number.
+void solve_linear(Run& run);
 
 // --- the driver
 

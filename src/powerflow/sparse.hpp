@@ -118,6 +118,15 @@ struct SolverState {
     std::array<int, 50> ILIMQ;  // buses switched since the last line of the report; minus: a tap
 };
 
+/// What the solution of one island has come to, under CILH.
+struct IslandState {
+    int KONLF2;          // as CONVSTAT
+    Residuals residual;  // of the last pass
+    int NODEP2, NODEQ2;  // external numbers of the buses with the largest mismatches
+    double DQMAXIMO2;    // its DQ before a control forced it up
+    double XMI2, XMF2;   // step multiplier; smallest ratio by which a step was cut
+};
+
 /// Everything the solvers work in. It lies in zeroed memory of fixed size; pages never used cost nothing.
 struct Matrices {
     void* memory;  // what make_matrices got
@@ -134,6 +143,7 @@ struct Matrices {
     Table<double, MXBUS> GDIAG, BDIAG;     // diagonal of the bus admittance matrix, pu
     Table<double, MXLINX> SINDIK, COSDIK;  // sine and cosine of the angle across a branch
     Table<double, MXBUS> SINBUS, COSBUS;   // of the angle of a bus
+    Table<IslandState, MXILH> island;
 
     struct Work {
         Table<Sides, MXBUS> sum;                // what the branches give the two rows of a bus
@@ -143,6 +153,8 @@ struct Matrices {
         Table<double, MXPHS> sine, cosine;      // of a phase shift
         Table<double, MXLIN> shfrom, shto;      // line-end shunts of a branch
         Table<int, MXILH> slack;                // first slack bus of an island, 0 for none
+        Table<double, MXILH> angle;             // angle of the slack of an island, rad
+        Table<double, MXBUS> power;             // active power injected at a bus whatever the angles, pu
         Table<int, MXBUS> queue, removed;       // of the island search; external numbers of removed buses
         Table<Text<12>, MXBUS> removed_name;
         int nremoved;
