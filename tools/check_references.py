@@ -21,6 +21,13 @@ LINES = {
     'EXLF NEWT': set(),
     'EXLF NEWT FLAT': FLAT_FAILS,
     'EXLF NEWT FLAT INDC': set(),
+    'EXLF PART NEWT': set(),
+    'EXLF NEWT STPO': set(),
+    'EXLF NEWT FJAC': set(),
+    'EXLF PART FJAC': set(),
+    'EXLF PART ALONE': set(),
+    'EXLF NEWT FLAT INDC STPO': set(),
+    'EXLF NEWT CILH': set(),
     'EXLF LFDC': set(),
 }
 TIGHT = 'DCTE\nTEPA  .0001 TEPR  .0001\n99999\n'
@@ -36,7 +43,8 @@ def deck_of(path, line):
     with open(path, encoding='latin-1') as f:
         text = f.read()
     at = text.index('\nEXLF') + 1
-    before = 'DOPC\nNEWT D\n99999\n' if line.startswith('EXLF PART ALONE') else ''
+    # The decoupled iteration is alone when Newton is not a default option.
+    before = 'DOPC\nNEWT D\n99999\n' if 'ALONE' in line else ''
     return text[:at] + TIGHT + before + line.replace('PART ALONE', '').rstrip() + '\nFIM\n'
 
 

@@ -11,17 +11,18 @@ namespace {
 constexpr struct {
     Option option;
     int warning;
+    bool newton_only;  // the iterations beside Newton honour it
 } NOT_YET[] = {
-    {"PART"_opt, -951}, {"FJAC"_opt, -952}, {"STPO"_opt, -953}, {"IANG"_opt, -955}, {"AARI"_opt, -956},
-    {"CILH"_opt, -957}, {"CINT"_opt, -958}, {"DPER"_opt, -959}, {"BPAR"_opt, -960}, {"BPSI"_opt, -961},
-    {"QLIM"_opt, -962}, {"VLIM"_opt, -963}, {"CREM"_opt, -964}, {"CTAP"_opt, -965}, {"CPHS"_opt, -966},
-    {"CSCA"_opt, -967}, {"CELO"_opt, -968}, {"FREQ"_opt, -969}, {"CPRI"_opt, -970}, {"TABE"_opt, -971},
-    {"PLTG"_opt, -972}, {"EJAC"_opt, -973}, {"CPER"_opt, -974},
+    {"CINT"_opt, -958, false}, {"DPER"_opt, -959, false}, {"BPAR"_opt, -960, false}, {"BPSI"_opt, -961, false},
+    {"QLIM"_opt, -962, false}, {"VLIM"_opt, -963, false}, {"CREM"_opt, -964, true},  {"CTAP"_opt, -965, true},
+    {"CPHS"_opt, -966, false}, {"CSCA"_opt, -967, false}, {"CELO"_opt, -968, false}, {"FREQ"_opt, -969, false},
+    {"CPRI"_opt, -970, false}, {"TABE"_opt, -971, false}, {"PLTG"_opt, -972, false}, {"CPER"_opt, -974, false},
 };
 
 void warn_of_options(Run& run) {
-    for (const auto& [option, warning] : NOT_YET)
-        if (run.opt[option]) MSGPUT(run, "PWFSOL", warning);
+    const bool newton = run.opt["NEWT"_opt] && !run.opt["FJAC"_opt] && !run.opt["LFDC"_opt];
+    for (const auto& [option, warning, newton_only] : NOT_YET)
+        if (run.opt[option] && (newton || !newton_only)) MSGPUT(run, "PWFSOL", warning);
 }
 
 // Every island takes the voltage 1 and the angle of its slack; generators their set points.
@@ -173,6 +174,24 @@ void PWFSOL(Run& run) {
     MSGOUT(run);
 }
 
+// The iteration of the options in force. False when its end has been told already.
+bool solve_network(Run& run) {
+    const Options& opt = run.opt;
+    Solution& sol = run.store.sol;
+    SolverState& st = run.mat.state;
+    int status = 0;
+    st.singular = false;
+    if (!opt["NEWT"_opt] || (opt["PART"_opt] && st.resolve == 0)) solve_decoupled(run);
+    if (opt["NEWT"_opt] && sol.CONVSTAT == 0) {
+        report_heading(run, Method::newton);
+        if (opt["FJAC"_opt])
+            BCSOLV(run);
+        else
+            SOLVNW(run, status);
+    }
+    return !st.singular && status == 0;
+}
+
 void SOLVLF(Run& run) {
     SolverState& st = run.mat.state;
     Solution& sol = run.store.sol;
@@ -180,13 +199,10 @@ void SOLVLF(Run& run) {
     sol.ITSOL = 0;
     sol.CONVSTAT = 0;
     refresh_angles(run);
-    report_heading(run);
-    int status = 0;
-    SOLVNW(run, status);
-    const int code = sol.CONVSTAT == 6 ? 3 : 8 + sol.CONVSTAT;
+    const bool told = !solve_network(run);
     st.sum_p += sol.NITP;
     st.sum_q += sol.NITQ;
-    if (!st.singular && status == 0) report_outcome(run, code);
+    if (!told) report_outcome(run, sol.CONVSTAT == 6 ? 3 : 8 + sol.CONVSTAT);
 }
 
 }  // namespace korvane
