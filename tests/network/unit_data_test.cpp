@@ -131,6 +131,25 @@ TEST_F(UnitBlocks, MotorsFollowTheirCards) {
     EXPECT_EQ(t.NMOT, 0);
 }
 
+// Rows in use up to the limit; those without a bus go at the end of the block.
+TEST_F(UnitBlocks, FullTables) {
+    s.mot.NMOT = MXMOT;
+    EXPECT_EQ(dmot({"1:3|10:1|57:1"}), std::vector{150});
+    s.cai.NCAI = MXCAI;
+    EXPECT_EQ(dcai({"1:3|10:1"}), std::vector{150});
+    s.gei.NGEI = MXGEI;
+    EXPECT_EQ(dgei({"1:2|8:S|10:1"}), std::vector{150});
+    EXPECT_EQ(s.mot.NMOT + s.cai.NCAI + s.gei.NGEI, 0);
+    s.fld.NFLD = MXFLD - 1;
+    EXPECT_EQ(b.read(INPCAR, {"1:AREA|6:1|53:1", "1:BARR|6:4|53:1"}), (std::vector{170}));
+    s.eqv.NEQV = MXEQV;
+    EXPECT_EQ(b.read(INPINJ, {"1:3|9:1"}), std::vector{140});
+    s.shl.NSHL = MXSHL;
+    for (int h : rows(MXSHL)) s.shl.LISHL(h) = 1;
+    EXPECT_EQ(b.read(INPSHL, {"1:1|10:3|18:-1"}), std::vector{210});
+    EXPECT_EQ(s.shl.NSHL, 0);
+}
+
 // --- DCAI
 
 TEST_F(UnitBlocks, EveryMessageOfIndividualLoads) {
@@ -294,6 +313,10 @@ TEST_F(UnitBlocks, CapabilityAndStepUpTransformerAtTheEndCard) {
     s.gei.PGGEI(unit(2, 1)) = 0.4;
     UNTCAP(b.run, unit(2, 1));
     EXPECT_NEAR(t.QMXGEI(unit(2, 1)), 0.3, 1e-3);
+    s.gei.PGGEI(unit(2, 1)) = 0.9;  // more than any excitation gives
+    UNTCAP(b.run, unit(2, 1));
+    EXPECT_EQ(t.QMXGEI(unit(2, 1)), t.QMNGEI(unit(2, 1)));
+    EXPECT_NE(b.console().find("gerador   1: limite do rotor n"), std::string::npos);
     // -(2/0.12 + 3/0.08), those out of service left out
     const int l = b.branch(1, 2, 1);
     EXPECT_NEAR(s.branch.BKM(l), -(2 / 0.12 + 3 / 0.08), 1e-12);
