@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "powerflow/load_models.hpp"
 #include "powerflow/solver.hpp"
 
 namespace korvane {
@@ -132,18 +133,6 @@ void assemble_branches(Run& run) {
     }
 }
 
-// Power that stands at a bus whatever its voltage, beyond load and generation.
-void collect_injections(Run& run) {
-    const Store& s = run.store;
-    auto& injected = run.mat.work.injected;
-    injected.fill(s.bus.NB, Sides{0, 0});
-    for (int i : rows(s.eqv.NEQV)) {
-        Sides& at = injected(s.eqv.NOEQV(i));
-        at.DELTA += s.eqv.PMAT(i);
-        at.WORK += s.eqv.QMAT(i);
-    }
-}
-
 // The generator row of each bus.
 void map_generators(Run& run) {
     const GeneratorTables& gen = run.store.gen;
@@ -197,7 +186,7 @@ void assemble_buses(Run& run) {
         }
         const double v = s.bus.VOLT(k), reciprocal = 1 / v;
         const Sides sum = m.work.sum(k), injected = m.work.injected(k);
-        const Power load = bus_load(s, k);
+        const Power load = nominal_load(s, k);
         const double pl = (load.p - injected.DELTA) * reciprocal, ql = (load.q - injected.WORK) * reciprocal;
         const double g = m.GDIAG(k) * v, b = m.BDIAG(k) * v;
         Sides side = {sum.DELTA - pl - g, sum.WORK - ql + b};
@@ -211,6 +200,20 @@ void assemble_buses(Run& run) {
     m.state.residual.DQ = reactive.value;
     s.sol.NODEP = active.bus ? s.bus.NOINT(active.bus) : 0;
     s.sol.NODEQ = reactive.bus ? s.bus.NOINT(reactive.bus) : 0;
+}
+
+// Slopes of the loads that depend on the voltage. Row dP/V has the load as -P/V, whose derivative by the logarithm of V
+// is P/V - dP/dV; the first part stands on the diagonal with all other power of the bus.
+void assemble_load_slopes(Run& run) {
+    const Store& s = run.store;
+    Matrices& m = run.mat;
+    const Pattern& p = pattern(run);
+    each_voltage_load(s, [&](int k, Power, Power slope) {
+        if (dead(s.bus.NTYPE(k))) return;
+        Block& d = m.diagonal[std::size_t(p.NORDER(k) - 1)];
+        d.N += slope.p;
+        d.L += slope.q;
+    });
 }
 
 // Rows that the type of a generator bus takes out of play.
@@ -334,6 +337,21 @@ void update(Run& run) {
 
 std::span<const Device> devices() { return DEVICES; }
 
+void collect_injections(Run& run) {
+    const Store& s = run.store;
+    auto& injected = run.mat.work.injected;
+    injected.fill(s.bus.NB, Sides{0, 0});
+    for (int i : rows(s.eqv.NEQV)) {
+        Sides& at = injected(s.eqv.NOEQV(i));
+        at.DELTA += s.eqv.PMAT(i);
+        at.WORK += s.eqv.QMAT(i);
+    }
+    each_voltage_load(s, [&](int k, Power drawn, Power) {
+        injected(k).DELTA -= drawn.p;
+        injected(k).WORK -= drawn.q;
+    });
+}
+
 void assemble(Run& run) {
     SolverState& st = run.mat.state;
     if (run.store.sol.NITP == 0) reset_types(run);
@@ -341,6 +359,7 @@ void assemble(Run& run) {
     map_generators(run);
     assemble_branches(run);
     assemble_buses(run);
+    assemble_load_slopes(run);
     st.DQMAXIMO = st.residual.DQ;
     for (const Device& d : devices())
         if (d.assemble) d.assemble(run);

@@ -67,6 +67,10 @@ std::span<const Device> devices();
 /// the augmented equations. Messages 100, 110, 130.
 void SOLVNW(Run& run, int& status);
 
+/// Power given to each bus beyond its generator and its nominal load, pu, into work.injected: equivalent injections,
+/// less what loads with a model draw at the present voltages beyond their nominal power.
+void collect_injections(Run& run);
+
 /// Mismatches and Jacobian at the present state: one pass up to the factorisation. For Newton and for tests.
 void assemble(Run& run);
 /// Factors, solves and corrects voltages and angles. False when the matrix is singular, which has been told.
