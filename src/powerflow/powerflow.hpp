@@ -45,4 +45,9 @@ struct BranchFlow {
 };
 BranchFlow branch_flow(const Store& s, int l);
 
+/// The same in the linear model, without and with losses: half of the loss of a branch enters at either end.
+BranchFlow linear_flow(const Run& run, int l, bool losses);
+/// The same in the model of the last solution, as ITSOL tells.
+BranchFlow solved_flow(const Run& run, int l);
+
 }  // namespace korvane

@@ -12,7 +12,7 @@ namespace korvane {
 namespace {
 
 constexpr double HELD_SCALAR = 1e20;  // diagonal of a row taken out of play
-constexpr int FRESH = 2;
+constexpr double LEAST_RATIO = 1e-6;  // reactance to resistance of a branch that has no reactance
 
 /// Entry e of an eliminated column, at row i, updates column i: A(b, i) -= A(b) d A(i) for the entries b after it.
 template <class Target>
@@ -105,6 +105,14 @@ bool factor_first(Run& run, std::string_view routine, int one_island) {
     return false;
 }
 
+bool factor_second(Run& run) {
+    build_second(run);
+    const int status = factor_scalar(run.mat.B2, run.mat.plain, run.cte.TSFR);
+    if (status != 0) MSGPUT(run, "MATRIX", status < 0 ? 130 : 120);
+    run.mat.B2.state = status == 0 ? FRESH : 0;
+    return status == 0;
+}
+
 }  // namespace
 
 int factor_scalar(ScalarMatrix& a, const Pattern& p, double tolerance) {
@@ -129,9 +137,9 @@ void solve_scalar(const ScalarMatrix& a, const Pattern& p, double* x, int first)
 }
 
 double linear_element(const Store& s, int l) {
-    const double g = s.branch.GKM(l), b = s.branch.BKM(l), v = b + g * g / b;
-    const int type = s.branch.LTYPE(l);
-    const int n = type >= 1 && type <= 4 ? tap_row(s, l) : 0;
+    const double g = s.branch.GKM(l), b = s.branch.BKM(l);
+    const int n = tap_row(s, l);
+    const double v = b != 0 ? b + g * g / b : -g / LEAST_RATIO;
     return n ? v / s.tap.TAP(n) : v;
 }
 
@@ -145,11 +153,13 @@ bool MATRIX(Run& run) {
     if (run.opt["NEWT"_opt] && !run.opt["PART"_opt]) return true;
     build_first(run);
     if (!factor_first(run, "MATRIX", 140)) return false;
-    build_second(run);
-    const int status = factor_scalar(run.mat.B2, run.mat.plain, run.cte.TSFR);
-    if (status != 0) MSGPUT(run, "MATRIX", status < 0 ? 130 : 120);
-    run.mat.B2.state = status == 0 ? FRESH : 0;
-    return status == 0;
+    return factor_second(run);
+}
+
+bool rebuild_second(Run& run) {
+    if (factor_second(run)) return true;
+    run.store.sol.CONVSTAT = 3;
+    return false;
 }
 
 }  // namespace korvane

@@ -75,11 +75,14 @@ struct Pattern {
     int naims, nfill;
 };
 
+/// ScalarMatrix::state of a matrix that has been factored and not used.
+constexpr int FRESH = 2;
+
 /// Values of one scalar symmetric matrix over a pattern.
 struct ScalarMatrix {
     std::array<double, MXFAT> value;  // off the diagonal
     std::array<double, MXROW> diagonal;
-    int state;  // 2: freshly factored
+    int state;  // FRESH, or 1 after the first use
 };
 
 /// Work space of the ordering.
@@ -118,6 +121,18 @@ struct SolverState {
     std::array<int, 50> ILIMQ;  // buses switched since the last line of the report; minus: a tap
 };
 
+/// What the solution of one island has come to, under CILH.
+struct IslandState {
+    int KONLF2;          // as CONVSTAT
+    Residuals residual;  // of the last pass
+    int NODEP2, NODEQ2;  // external numbers of the buses with the largest mismatches
+    double DQMAXIMO2;    // its DQ before a control forced it up
+    double XMI2, XMF2;   // step multiplier; smallest ratio by which a step was cut
+
+    /// It ended without a solution: diverged, or a device in it cannot go on.
+    bool failed() const { return KONLF2 == 3 || KONLF2 == 5 || KONLF2 == 6; }
+};
+
 /// Everything the solvers work in. It lies in zeroed memory of fixed size; pages never used cost nothing.
 struct Matrices {
     void* memory;  // what make_matrices got
@@ -127,6 +142,7 @@ struct Matrices {
     std::array<BlockPair, MXFAT> fat;
     std::array<Block, MXROW> diagonal;
     std::array<Sides, MXROW> side;
+    std::array<Sides, MXROW> mismatch;  // the right-hand side before the solution, under STPO
 
     ScalarMatrix B1, B2;          // B' and B''
     std::array<double, MXROW> x;  // right-hand side of a scalar solution
@@ -134,6 +150,7 @@ struct Matrices {
     Table<double, MXBUS> GDIAG, BDIAG;     // diagonal of the bus admittance matrix, pu
     Table<double, MXLINX> SINDIK, COSDIK;  // sine and cosine of the angle across a branch
     Table<double, MXBUS> SINBUS, COSBUS;   // of the angle of a bus
+    Table<IslandState, MXILH> island;
 
     struct Work {
         Table<Sides, MXBUS> sum;                // what the branches give the two rows of a bus
@@ -143,6 +160,9 @@ struct Matrices {
         Table<double, MXPHS> sine, cosine;      // of a phase shift
         Table<double, MXLIN> shfrom, shto;      // line-end shunts of a branch
         Table<int, MXILH> slack;                // first slack bus of an island, 0 for none
+        Table<bool, MXBUS> moved;               // a control between iterations has moved the voltage of the bus
+        Table<double, MXILH> angle;             // angle of the slack of an island, rad
+        Table<double, MXBUS> power;             // active power injected at a bus whatever the angles, pu
         Table<int, MXBUS> queue, removed;       // of the island search; external numbers of removed buses
         Table<Text<12>, MXBUS> removed_name;
         int nremoved;
