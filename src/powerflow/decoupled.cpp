@@ -41,17 +41,24 @@ void sum_branches(const Run& run, double* sum) {
     }
 }
 
+// Injections that follow the voltage, or that interchange has moved.
+void follow_injections(Run& run) {
+    const Store& s = run.store;
+    if (s.eqv.NEQV + s.fld.NFLD + s.cai.NCAI > 0) collect_injections(run);
+}
+
 // dP/V by row, and its largest mismatch. The generation of a slack is read off it.
 void active_mismatch(Run& run) {
     Store& s = run.store;
     Matrices& m = run.mat;
     double* const sum = m.work.power.data() - 1;
+    follow_injections(run);
     sum_branches<true>(run, sum);
     Worst worst;
     for (int k : rows(s.bus.NB)) {
         const int type = std::abs(s.bus.NTYPE(k));
         const double v = s.bus.VOLT(k);
-        double left = sum[k] - (bus_load(s, k).p - m.work.injected(k).DELTA) / v - m.GDIAG(k) * v;
+        double left = sum[k] - (nominal_load(s, k).p - m.work.injected(k).DELTA) / v - m.GDIAG(k) * v;
         if (const int j = m.work.NOBGEN(k)) {
             if (type == 3)
                 s.gen.PGEN(j) = -left * v;
@@ -71,12 +78,13 @@ void reactive_mismatch(Run& run) {
     Store& s = run.store;
     Matrices& m = run.mat;
     double* const sum = m.work.power.data() - 1;
+    follow_injections(run);
     sum_branches<false>(run, sum);
     Worst worst;
     for (int k : rows(s.bus.NB)) {
         const int type = s.bus.NTYPE(k);
         const double v = s.bus.VOLT(k);
-        double left = sum[k] - (bus_load(s, k).q - m.work.injected(k).WORK) / v + m.BDIAG(k) * v;
+        double left = sum[k] - (nominal_load(s, k).q - m.work.injected(k).WORK) / v + m.BDIAG(k) * v;
         if (const int j = m.work.NOBGEN(k)) {
             if (type > 0 && type <= 3)
                 s.gen.QGEN(j) = -left * v;

@@ -38,7 +38,7 @@ void collect_power(Run& run) {
     const Store& s = run.store;
     auto& power = run.mat.work.power;
     collect_injections(run);
-    for (int k : rows(s.bus.NB)) power(k) = run.mat.work.injected(k).DELTA - bus_load(s, k).p;
+    for (int k : rows(s.bus.NB)) power(k) = run.mat.work.injected(k).DELTA - nominal_load(s, k).p;
     for (int j : rows(s.gen.NG)) power(s.gen.NOGEN(j)) += s.gen.PGEN(j);
     for (int i : rows(s.phs.NPHS)) {
         const int n = s.phs.NOPHS(i), l = n ? int(s.tap.NOTAP(n)) : 0;
@@ -75,7 +75,7 @@ void balance_slacks(Run& run, bool losses) {
         const int j = s.slk.NGSLK(i);
         if (!j) continue;
         const int k = s.gen.NOGEN(j);
-        double out = bus_load(s, k).p - run.mat.work.injected(k).DELTA;
+        double out = nominal_load(s, k).p - run.mat.work.injected(k).DELTA;
         for (int a = s.adr.LINPTR(k); a < s.adr.LINPTR(k + 1); ++a) {
             const int l = s.adr.LINADR(a);
             const BranchFlow f = linear_flow(run, l, losses);

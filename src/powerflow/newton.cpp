@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "powerflow/load_models.hpp"
 #include "powerflow/solver.hpp"
 
 namespace korvane {
@@ -167,7 +168,7 @@ void assemble_buses(Run& run) {
         }
         const double v = s.bus.VOLT(k), reciprocal = 1 / v;
         const Sides sum = m.work.sum(k), injected = m.work.injected(k);
-        const Power load = bus_load(s, k);
+        const Power load = nominal_load(s, k);
         const double pl = (load.p - injected.DELTA) * reciprocal, ql = (load.q - injected.WORK) * reciprocal;
         const double g = m.GDIAG(k) * v, b = m.BDIAG(k) * v;
         Sides side = {sum.DELTA - pl - g, sum.WORK - ql + b};
@@ -181,6 +182,20 @@ void assemble_buses(Run& run) {
     m.state.residual.DQ = reactive.value;
     s.sol.NODEP = active.bus ? s.bus.NOINT(active.bus) : 0;
     s.sol.NODEQ = reactive.bus ? s.bus.NOINT(reactive.bus) : 0;
+}
+
+// Slopes of the loads that depend on the voltage. Row dP/V has the load as -P/V, whose derivative by the logarithm of V
+// is P/V - dP/dV; the first part stands on the diagonal with all other power of the bus.
+void assemble_load_slopes(Run& run) {
+    const Store& s = run.store;
+    Matrices& m = run.mat;
+    const Pattern& p = pattern(run);
+    each_voltage_load(s, [&](int k, Power, Power slope) {
+        if (dead(s.bus.NTYPE(k))) return;
+        Block& d = m.diagonal[std::size_t(p.NORDER(k) - 1)];
+        d.N += slope.p;
+        d.L += slope.q;
+    });
 }
 
 // CILH: the largest mismatches of each island. What the islands that still run have stands for the network.
@@ -439,6 +454,10 @@ void collect_injections(Run& run) {
         at.DELTA += s.eqv.PMAT(i);
         at.WORK += s.eqv.QMAT(i);
     }
+    each_voltage_load(s, [&](int k, Power drawn, Power) {
+        injected(k).DELTA -= drawn.p;
+        injected(k).WORK -= drawn.q;
+    });
 }
 
 void map_generators(Run& run) {
@@ -453,6 +472,7 @@ void assemble_network(Run& run) {
     map_generators(run);
     assemble_branches(run);
     assemble_buses(run);
+    assemble_load_slopes(run);
     if (run.opt["CILH"_opt]) scan_islands(run);
 }
 

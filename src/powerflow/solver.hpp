@@ -88,7 +88,8 @@ inline void note_switch(SolverState& st, int entry) {
     if (st.nlimq < int(st.ILIMQ.size())) st.ILIMQ[std::size_t(st.nlimq++)] = entry;
 }
 
-/// Power that equivalent injections give to each bus whatever its voltage, into work.injected.
+/// Power given to each bus beyond its generator and its nominal load, pu, into work.injected: equivalent injections,
+/// less what loads with a model draw at the present voltages beyond their nominal power.
 void collect_injections(Run& run);
 /// The generator row of each bus, into work.NOBGEN.
 void map_generators(Run& run);

@@ -63,10 +63,14 @@ void add_constant_power(const Run& run) {
     };
     for (int k : rows(s.bus.NB)) {
         const int j = run.mat.work.NOBGEN(k);
-        const Sides& injected = run.mat.work.injected(k);
-        const double p = (j ? s.gen.PGEN(j) : 0) + injected.DELTA - s.bus.PLOAD(k);
-        const double q = (j ? s.gen.QGEN(j) : 0) + injected.WORK - s.bus.QLOAD(k), third = cube(k);
+        const double p = (j ? s.gen.PGEN(j) : 0) - s.bus.PLOAD(k), q = (j ? s.gen.QGEN(j) : 0) - s.bus.QLOAD(k);
+        const double third = cube(k);
         c(k) = {p * third, q * third};
+    }
+    for (int i : rows(s.eqv.NEQV)) {
+        const int k = s.eqv.NOEQV(i);
+        c(k).DELTA += s.eqv.PMAT(i) * cube(k);
+        c(k).WORK += s.eqv.QMAT(i) * cube(k);
     }
     for (int i : rows(s.fld.NFLD)) {
         const int k = s.fld.NOFLD(i);
