@@ -52,6 +52,12 @@ std::optional<TapMove> tap_move(const Run& run, int n, double error) {
     return TapMove{next, false};
 }
 
+// A pass of BCSOLV up to the factorisation.
+void assemble_separate(Run& run) {
+    assemble_network(run);
+    close_equations(run);
+}
+
 }  // namespace
 
 void adjust_remote(Run& run, bool decoupled) {
@@ -120,15 +126,14 @@ void BCSOLV(Run& run) {
     }
     const int most = 4 * run.cte.ACIT + 4;  // passes in which only the controls move are not for ever
     for (int pass = 0; sol.CONVSTAT == 0; ++pass) {
-        assemble_network(run);
-        close_equations(run);
+        assemble_separate(run);
         if (converged(run))
             sol.CONVSTAT = 1;
         else if (sol.NITP >= run.cte.ACIT || pass > most)
             sol.CONVSTAT = 2;
         else {
             ++sol.NITP;
-            if (!iterate(run, "BCSOLV", {})) break;
+            if (!iterate(run, {"BCSOLV", {}, assemble_separate})) break;
         }
         if (sol.CONVSTAT > 1) break;
         if (run.opt["CREM"_opt]) adjust_remote(run, false);
