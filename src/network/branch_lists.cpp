@@ -133,8 +133,6 @@ void BranchListBlock<List>::read() {
         .format_error = 210,
         .end_error = 220,
         .locate = [&](Run&, BranchesEdit& e) { find_branches(e); },
-        .stored = [](Run&, const BranchesEdit& e) { return e.card; },
-        .check = [](Run&, BranchesEdit&) {},
         .apply = [&](Run&, BranchesEdit& e) { apply(e.removes()); },
     };
     read_block(run_, block);

@@ -213,8 +213,6 @@ void read_list(Run& run) {
         .format_error = 180,
         .end_error = 190,
         .locate = [&](Run&, ListEdit& e) { reader.locate(e); },
-        .stored = [](Run&, const ListEdit& e) { return e.card; },
-        .check = [](Run&, ListEdit&) {},
         .apply = [&](Run&, ListEdit& e) { reader.apply(e); },
     };
     read_block(run, block);
