@@ -201,7 +201,7 @@ void INPSCA(Run& run) {
     const Block<ShuntCard> description = {
         .routine = "INPSCA",
         .fields = DSCA,
-        .operation = {.column = 7, .letters = "AE ", .refusal = 100, .extra_on_delete = 250},
+        .operation = {.column = 7, .letters = "AEM", .refusal = 100, .extra_on_delete = 250},
         .format_error = 220,
         .end_error = 230,
         .locate = [&](Run&, ShuntEdit& e) { block.locate(e); },

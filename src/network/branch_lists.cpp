@@ -129,12 +129,10 @@ void BranchListBlock<List>::read() {
     const Block<BranchesCard> block = {
         .routine = rules_.routine,
         .fields = FIVE_BRANCHES,
-        .operation = {.column = 76, .letters = "AE *", .refusal = 100},
+        .operation = {.column = 76, .letters = "AE ", .refusal = 100, .letters_only = true},
         .format_error = 210,
         .end_error = 220,
         .locate = [&](Run&, BranchesEdit& e) { find_branches(e); },
-        .stored = [](Run&, const BranchesEdit& e) { return e.card; },
-        .check = [](Run&, BranchesEdit&) {},
         .apply = [&](Run&, BranchesEdit& e) { apply(e.removes()); },
     };
     read_block(run_, block);

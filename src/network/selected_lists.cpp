@@ -209,12 +209,10 @@ void read_list(Run& run) {
     const Block<ListCard> block = {
         .routine = Kind::routine,
         .fields = fields,
-        .operation = {.column = 51, .letters = "AE *", .refusal = WRONG_OPERATION},
+        .operation = {.column = 51, .letters = "AE ", .refusal = WRONG_OPERATION, .letters_only = true},
         .format_error = 180,
         .end_error = 190,
         .locate = [&](Run&, ListEdit& e) { reader.locate(e); },
-        .stored = [](Run&, const ListEdit& e) { return e.card; },
-        .check = [](Run&, ListEdit&) {},
         .apply = [&](Run&, ListEdit& e) { reader.apply(e); },
     };
     read_block(run, block);
