@@ -140,12 +140,12 @@ void log_off(Run& run) { LOGCTL(run, 2); }
 
 /// {index, code, needs in the order of their tests, handler, what it sets after, what it sets before}. A code without
 /// a handler is a word of the table that nothing runs yet: with its needs met it takes NO_HANDLER.
-constexpr CodeRow TABLE[CODES] = {
+constexpr CodeRow NAMED[] = {
     {1, "DBAR", {when(one_card_layout, OTHER_LAYOUT)}, INPBUS, counted_changed<1, &Store::bus>},
     {2, "DLIN", {k(1, 20), when(one_card_layout, OTHER_LAYOUT)}, INPLIN, counted_changed<2, &Store::branch>},
     {3, "DGER", {k(1, 30)}, INPGEN, own<3>},
     {4, "DARE", {k(1, 40), when(one_card_layout, OTHER_LAYOUT)}, INPARE, own<4>},
-    {5, "DCAR", {k(1, 50)}, nullptr, changed<5>},
+    {5, "DCAR", {k(1, 50)}, INPCAR, changed<5>},
     {6, "DGLT", {k(1, 60)}, INPGLT, own<6>},
     {7, "DREL", {k(1, 70)}, nullptr, returned<7>},
     {8, "DCTG", {k(1, 80)}, nullptr, returned<8>},
@@ -209,7 +209,6 @@ constexpr CodeRow TABLE[CODES] = {
      nullptr,
      ran<63>},
     {64, "DFTB", {k(2, 640)}, nullptr, own<64>},
-    {65, "spar"},
     {66, "DINC", {k(1, 660)}, nullptr, nullptr, own<66>},
     {67, "DGBA", {k(1, 670)}, nullptr, returned<67>},
     {68, "DGLI", {k(67, 681), k(2, 680)}, nullptr, returned<68>},
@@ -284,107 +283,19 @@ constexpr CodeRow TABLE[CODES] = {
     {133, "DEMT", {k(1, 1305)}, nullptr, own<133>},
     {134, "DGMT", {k(133, 1306)}, nullptr, clean<134>},
     {135, "EXMT", {unless_elim<133>(1307), when(after_test_data, 1308)}, nullptr, clean<135>},
-    {136, "spar"},
-    {137, "spar"},
-    {138, "spar"},
-    {139, "spar"},
-    {140, "spar"},
-    {141, "spar"},
-    {142, "spar"},
-    {143, "spar"},
-    {144, "spar"},
-    {145, "spar"},
-    {146, "spar"},
-    {147, "spar"},
-    {148, "spar"},
-    {149, "spar"},
-    {150, "spar"},
-    {151, "spar"},
-    {152, "spar"},
-    {153, "spar"},
-    {154, "spar"},
-    {155, "spar"},
-    {156, "spar"},
-    {157, "spar"},
-    {158, "spar"},
-    {159, "spar"},
-    {160, "spar"},
-    {161, "spar"},
-    {162, "spar"},
-    {163, "spar"},
-    {164, "spar"},
-    {165, "spar"},
-    {166, "spar"},
-    {167, "spar"},
-    {168, "spar"},
-    {169, "spar"},
-    {170, "spar"},
-    {171, "spar"},
-    {172, "spar"},
-    {173, "spar"},
-    {174, "spar"},
-    {175, "spar"},
-    {176, "spar"},
-    {177, "spar"},
-    {178, "spar"},
-    {179, "spar"},
-    {180, "spar"},
-    {181, "spar"},
-    {182, "spar"},
-    {183, "spar"},
-    {184, "spar"},
-    {185, "spar"},
-    {186, "spar"},
-    {187, "spar"},
-    {188, "spar"},
-    {189, "spar"},
-    {190, "spar"},
-    {191, "spar"},
-    {192, "spar"},
-    {193, "spar"},
-    {194, "spar"},
-    {195, "spar"},
-    {196, "spar"},
-    {197, "spar"},
-    {198, "spar"},
-    {199, "spar"},
-    {200, "spar"},
-    {201, "spar"},
-    {202, "spar"},
-    {203, "spar"},
-    {204, "spar"},
-    {205, "spar"},
-    {206, "spar"},
-    {207, "spar"},
-    {208, "spar"},
-    {209, "spar"},
-    {210, "spar"},
-    {211, "spar"},
-    {212, "spar"},
-    {213, "spar"},
-    {214, "spar"},
-    {215, "spar"},
-    {216, "spar"},
-    {217, "spar"},
-    {218, "spar"},
-    {219, "spar"},
-    {220, "spar"},
-    {221, "spar"},
-    {222, "spar"},
-    {223, "spar"},
-    {224, "spar"},
-    {225, "spar"},
-    {226, "spar"},
-    {227, "spar"},
     {228, "FIM "},
 };
 
-// Every index once, in order, so that index and place agree; a code is four columns.
-static_assert([] {
-    for (int i = 0; i < CODES; ++i)
-        if (TABLE[i].index != i + 1 || TABLE[i].code[3] == 0) return false;
-    return true;
-}());
+// All indexes in order; those without a code of their own hold the mark of a free entry.
+constexpr std::array<CodeRow, CODES> TABLE = [] {
+    std::array<CodeRow, CODES> table{};
+    for (int i = 1; i <= CODES; ++i) table[std::size_t(i - 1)] = {i, "spar"};
+    for (const CodeRow& row : NAMED) table[std::size_t(row.index - 1)] = row;
+    return table;
+}();
+static_assert(std::is_sorted(std::begin(NAMED), std::end(NAMED),
+                             [](const CodeRow& a, const CodeRow& b) { return a.index < b.index; }) &&
+              std::all_of(TABLE.begin(), TABLE.end(), [](const CodeRow& row) { return row.code[3] != 0; }));
 
 }  // namespace
 

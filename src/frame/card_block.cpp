@@ -123,6 +123,12 @@ bool Reader::next() {
     return true;
 }
 
+bool Reader::begins_with(std::string_view word) const {
+    Card card = run_.CARD;
+    UPPER(card.at, int(word.size()));
+    return card.view().substr(0, word.size()) == word;
+}
+
 bool Reader::decode_columns(void* card) {
     bool good = true;
     for (std::size_t i = 0; i < slots_.size(); ++i) {
@@ -240,11 +246,13 @@ OperationFault read_operation(const Run& run, const OperationColumn& column, Ope
     if (column.column == 0) return OperationFault::none;
     char c = run.CARD.at[column.column - 1];
     if (c >= 'a' && c <= 'z') c = char(c - 'a' + 'A');
+    if (column.letters_only && c >= '0' && c <= '9') c = '9';
     if (c == ' ') c = '0';
     if (const auto i = column.letters.find(c); i != std::string_view::npos) c = char('0' + i);
     op = c >= '0' && c <= '2' ? Operation(c - '0' + 1) : Operation::failed;
     if (op != Operation::failed) return OperationFault::none;
-    return c >= '3' && c <= '9' ? OperationFault::digit : OperationFault::letter;
+    const bool known_kind = (c >= '3' && c <= '9') || column.letters_only;
+    return known_kind ? OperationFault::digit : OperationFault::letter;
 }
 
 void echo(Run& run, const EchoRows& rows, std::span<const Slot> slots, const OperationColumn& column, Operation op) {

@@ -100,6 +100,8 @@ public:
     /// The next card that is neither comment nor blank into CARD. False at the end of input.
     bool next();
     bool end_card() const { return run_.CARD.view().substr(0, 5) == "99999"; }
+    /// The card begins with the word, in capitals or not.
+    bool begins_with(std::string_view word) const;
     /// Reads every field of CARD, or of the free list, into the card struct; false when one does not hold what its
     /// columns want.
     bool decode_card(void* card) { return list_ ? spread(card) : decode_columns(card); }
@@ -156,6 +158,12 @@ public:
         card.*member = value;
         reader_->changed |= card_detail::bit(std::size_t(place(&(card.*member), 0)));
     }
+    /// The same for one entry of an array, from 1.
+    void amend(Parts C::*member, int part, int value) {
+        int& entry = (card.*member)[std::size_t(part - 1)];
+        entry = value;
+        reader_->changed |= card_detail::bit(std::size_t(place(&entry, 0)));
+    }
     /// Takes a value only if the columns are blank; the echo shows it.
     template <class T>
     void supply(T C::*member, const std::type_identity_t<T>& value) {
@@ -174,21 +182,24 @@ private:
     }
 };
 
-/// Where the operation stands, which letters it takes besides 0, 1, 2, and the message of any other.
+/// Where the operation stands, which letters it takes besides 0, 1, 2, and the message of any other digit; another
+/// letter is a format error. With letters_only there are no digits, and everything else has that message.
 struct OperationColumn {
     int column = 0;                    // 0: the block only changes rows
     std::string_view letters = "A  ";  // letters for add, delete, modify; blank: none
     int refusal = 0;
     int extra_on_delete = 0;  // message of a delete card with more than its key
     int words = 12;           // rows of FMTROT with the four words of the echo
+    bool letters_only = false;
 };
 
-/// Rows of FMTROT that print a block: heading and echo in 132 and in 80 columns, and the guide shown at the console
-/// after a card that cannot be read.
+/// Rows of FMTROT of one kind of card: heading and echo in 132 and in 80 columns, the guide shown at the console after
+/// a card that cannot be read, and the card format.
 struct EchoRows {
     int heading132 = 3, heading132_last = 5, echo132 = 6;
     int heading80 = 7, heading80_last = 9, echo80 = 10;
     int guide = 11;
+    int card = 2;
 };
 
 template <class C>
@@ -208,8 +219,9 @@ struct Block {
     /// Steps of the end card, before INTERR and the pause.
     std::function<void(Run&)> finish = {};
     EchoRows rows{};
-    bool free_list = false;  // cards are lists (FLIV)
-    int commas_from = 0;     // commas from this column on are points; 0: they stay
+    bool free_list = false;           // cards are lists (FLIV)
+    int commas_from = 0;              // commas from this column on are points; 0: they stay
+    std::string_view last_card = {};  // in a block of two kinds of cards: what ends a list of this kind, as 99999 does
 };
 
 namespace card_detail {
@@ -223,10 +235,10 @@ OperationFault read_operation(const Run& run, const OperationColumn& column, Ope
 /// Prints the card with its messages when it has any, or with IMPR.
 void echo(Run& run, const EchoRows& rows, std::span<const Slot> slots, const OperationColumn& column, Operation op);
 
-/// The slots of a block: its fields with the decimals of the card format, row 2 of FMTROT.
+/// The slots of a card: its fields with the decimals of the card format, row 2 of FMTROT.
 template <class C>
-std::vector<Slot> slots_of(Run& run, std::span<const Field<C>> fields) {
-    const std::vector<FormatRow::Field> format = run.fmt.rot(2).fields();
+std::vector<Slot> slots_of(Run& run, std::span<const Field<C>> fields, int card_format = EchoRows{}.card) {
+    const std::vector<FormatRow::Field> format = run.fmt.rot(card_format).fields();
     std::vector<Slot> slots;
     const C sample{};
     for (const Field<C>& f : fields) {
@@ -250,7 +262,8 @@ std::vector<Slot> slots_of(Run& run, std::span<const Field<C>> fields) {
         const auto described = std::find_if(format.begin(), format.end(), [&](const FormatRow::Field& g) {
             return g.column == s.first && g.width == s.width;
         });
-        assert(described != format.end() && "a field of the block has no descriptor over its columns in row 2");
+        assert(described != format.end() &&
+               "a field of the block has no descriptor over its columns in the card format");
         if (described != format.end()) s.decimals = described->decimals;
         s.factor = factor_of(run, f.rules.unit);
         s.shift = f.rules.unit == Scale::percent_above ? 1.0 : 0.0;
@@ -261,71 +274,126 @@ std::vector<Slot> slots_of(Run& run, std::span<const Field<C>> fields) {
 
 }  // namespace card_detail
 
+/// What ended a list of cards.
+enum class Ended { no, last_card, end_card, input };
+
+/// The cards of one kind while their block is open. A block of two kinds has one of these for each and takes turns.
+template <class C>
+class CardList {
+    static_assert(std::is_trivially_copyable_v<C>);
+
+public:
+    /// The block stays with the caller, and must be open.
+    CardList(Run& run, const Block<C>& block);
+    CardList(const CardList&) = delete;
+
+    /// Reads the next card and does all that is due with it; or tells what stood in its place.
+    Ended next();
+    /// The card that next() read last.
+    const Edit<C>& card() const { return e_; }
+    /// It went to the store.
+    bool applied() const { return applied_; }
+
+private:
+    void take_card(bool decoded, card_detail::OperationFault fault);
+    void work_off();
+
+    Run& run_;
+    const Block<C>& block_;
+    std::vector<card_detail::Slot> slots_;
+    card_detail::Places places_{std::vector<std::int8_t>(sizeof(C), -1)};
+    card_detail::Reader reader_;
+    C defaults_{};
+    card_detail::FieldSet has_default_ = 0, is_key_ = 0, all_ = 0;
+    Edit<C> e_;
+    bool applied_ = false;
+};
+
+template <class C>
+CardList<C>::CardList(Run& run, const Block<C>& block)
+    : run_(run),
+      block_(block),
+      slots_(card_detail::slots_of(run, block.fields, block.rows.card)),
+      reader_(run, slots_, block.free_list, block.operation.column) {
+    using card_detail::bit;
+    assert(slots_.size() <= 64);
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
+        places_.at[slots_[i].offset] = std::int8_t(i);
+        all_ |= bit(i);
+        if (slots_[i].rules->key) is_key_ |= bit(i);
+        if (const char* text = slots_[i].rules->add) {
+            has_default_ |= bit(i);
+            decode(slots_[i], text, reinterpret_cast<char*>(&defaults_) + slots_[i].offset);
+        }
+    }
+    e_.reader_ = &reader_;
+    e_.places_ = &places_;
+}
+
+template <class C>
+Ended CardList<C>::next() {
+    using namespace card_detail;
+    if (!reader_.next()) {
+        refuse(run_, true, block_.end_error);
+        return Ended::input;
+    }
+    if (reader_.end_card()) return Ended::end_card;
+    if (!block_.last_card.empty() && reader_.begins_with(block_.last_card)) return Ended::last_card;
+    e_.card = C{};
+    e_.row = 0;
+    e_.op = Operation::modify;
+    applied_ = false;
+    if (block_.commas_from && !block_.free_list) DECPNT(run_.CARD.at, 132, block_.commas_from);
+    const bool decoded = reader_.decode_card(&e_.card);
+    take_card(decoded, read_operation(run_, block_.operation, e_.op));
+    if (run_.opt["IMPR"_opt] || run_.msg.any_wait()) {
+        reader_.show(&e_.card);
+        echo(run_, block_.rows, slots_, block_.operation, e_.op);
+    }
+    return Ended::no;
+}
+
+template <class C>
+void CardList<C>::take_card(bool decoded, card_detail::OperationFault fault) {
+    using card_detail::OperationFault;
+    if (!decoded || fault == OperationFault::letter) {
+        e_.op = Operation::failed;
+        refuse(run_, true, block_.format_error);
+        if (run_.units.interactive()) print_rot(run_, block_.rows.guide, {});
+    } else if (fault == OperationFault::digit) {
+        refuse(run_, true, block_.operation.refusal);
+    } else {
+        work_off();
+    }
+}
+
+template <class C>
+void CardList<C>::work_off() {
+    block_.locate(run_, e_);
+    if (e_.removes() && !run_.msg.errors_wait())
+        refuse(run_, (reader_.given & ~is_key_) != 0, block_.operation.extra_on_delete);
+    if (run_.msg.errors_wait()) return;
+    if (e_.adds()) {
+        reader_.fill(&e_.card, &defaults_, has_default_);
+    } else {
+        e_.stored = block_.stored(run_, e_);
+        if (e_.modifies()) reader_.fill(&e_.card, &e_.stored, all_);
+    }
+    block_.check(run_, e_);
+    if (run_.msg.errors_wait()) return;
+    block_.apply(run_, e_);
+    applied_ = true;
+}
+
 /// Reads a data block from the current input up to its end card.
 template <class C>
 void read_block(Run& run, const Block<C>& block) {
-    using namespace card_detail;
-    static_assert(std::is_trivially_copyable_v<C>);
-    open_block(run, block.routine);
-    const std::vector<Slot> slots = slots_of(run, block.fields);
-    Places places{std::vector<std::int8_t>(sizeof(C), -1)};
-    for (std::size_t i = 0; i < slots.size(); ++i) places.at[slots[i].offset] = std::int8_t(i);
-    assert(slots.size() <= 64);
-
-    C defaults{};
-    FieldSet has_default = 0, is_key = 0, all = 0;
-    for (std::size_t i = 0; i < slots.size(); ++i) {
-        all |= bit(i);
-        if (slots[i].rules->key) is_key |= bit(i);
-        if (const char* text = slots[i].rules->add) {
-            has_default |= bit(i);
-            decode(slots[i], text, reinterpret_cast<char*>(&defaults) + slots[i].offset);
-        }
-    }
-    Reader reader(run, slots, block.free_list, block.operation.column);
-    Edit<C> e;
-    e.reader_ = &reader;
-    e.places_ = &places;
-    for (;;) {
-        if (!reader.next()) {
-            refuse(run, true, block.end_error);
-            break;
-        }
-        if (reader.end_card()) break;
-        e.card = C{};
-        e.row = 0;
-        e.op = Operation::modify;
-        if (block.commas_from && !block.free_list) DECPNT(run.CARD.at, 132, block.commas_from);
-        const bool decoded = reader.decode_card(&e.card);
-        const OperationFault fault = read_operation(run, block.operation, e.op);
-        if (!decoded || fault == OperationFault::letter) {
-            e.op = Operation::failed;
-            refuse(run, true, block.format_error);
-            if (run.units.interactive()) print_rot(run, block.rows.guide, {});
-        } else if (fault == OperationFault::digit) {
-            refuse(run, true, block.operation.refusal);
-        } else {
-            block.locate(run, e);
-            if (e.removes() && !run.msg.errors_wait())
-                refuse(run, (reader.given & ~is_key) != 0, block.operation.extra_on_delete);
-            if (!run.msg.errors_wait()) {
-                if (e.adds()) {
-                    reader.fill(&e.card, &defaults, has_default);
-                } else {
-                    e.stored = block.stored(run, e);
-                    if (e.modifies()) reader.fill(&e.card, &e.stored, all);
-                }
-                block.check(run, e);
-                if (!run.msg.errors_wait()) block.apply(run, e);
-            }
-        }
-        if (run.opt["IMPR"_opt] || run.msg.any_wait()) {
-            reader.show(&e.card);
-            echo(run, block.rows, slots, block.operation, e.op);
-        }
+    card_detail::open_block(run, block.routine);
+    CardList<C> cards(run, block);
+    while (cards.next() == Ended::no) {
     }
     if (block.finish) block.finish(run);
-    close_block(run);
+    card_detail::close_block(run);
 }
 
 }  // namespace korvane

@@ -16,21 +16,37 @@ void take(FoundBranch& found, const BranchTables& b, int l, int circuit) {
     }
 }
 
-}  // namespace
-
-FoundBranch FNDLIN(const Run& run, int from, int to, int circuit) {
-    const Store& s = run.store;
-    FoundBranch found;
-    if (from < 1 || to < 1 || from > s.bus.NB || to > s.bus.NB || from == to) return found;
+/// f(l) for every branch between two buses, in ascending order.
+template <class F>
+void each_parallel(const Store& s, int from, int to, F f) {
+    if (from < 1 || to < 1 || from > s.bus.NB || to > s.bus.NB || from == to) return;
     const Addresses& a = s.adr;
     // The bus with fewer branches: a look-up on a bus with thousands of them stays short.
     auto degree = [&](int k) { return a.LINPTR(k + 1) - a.LINPTR(k); };
     const int k = degree(from) <= degree(to) ? from : to, other = from + to - k;
     for (int p = a.LINPTR(k); p < a.LINPTR(k + 1); ++p) {
         const int l = a.LINADR(p);
-        if (s.branch.NFROM(l) + s.branch.NTO(l) - k == other) take(found, s.branch, l, circuit);
+        if (s.branch.NFROM(l) + s.branch.NTO(l) - k == other) f(l);
     }
+}
+
+}  // namespace
+
+FoundBranch FNDLIN(const Run& run, int from, int to, int circuit) {
+    FoundBranch found;
+    each_parallel(run.store, from, to, [&](int l) { take(found, run.store.branch, l, circuit); });
     return found;
+}
+
+int FNDPAR(const Run& run, int from, int to, int circuit, int least, int greatest) {
+    const BranchTables& b = run.store.branch;
+    int exact = 0, lowest = 0;
+    each_parallel(run.store, from, to, [&](int l) {
+        if (b.LTYPE(l) < least || b.LTYPE(l) > greatest) return;
+        if (exact == 0 && b.NCIR(l) == circuit) exact = l;
+        if (lowest == 0 || b.NCIR(l) < b.NCIR(lowest)) lowest = l;
+    });
+    return exact ? exact : -lowest;
 }
 
 BranchFinder::BranchFinder(const Store& s) : branch_(s.branch) {

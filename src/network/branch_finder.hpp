@@ -1,4 +1,4 @@
-// Branches by their pair of buses in constant time, while a block adds and removes them.
+// Branches by their pair of buses: while a block adds and removes them, and by circuit and type.
 #pragma once
 #include <vector>
 
@@ -6,6 +6,10 @@
 #include "network/store.hpp"
 
 namespace korvane {
+
+/// FNDPAR: the branch between two buses with this circuit and LTYPE from least to greatest. Without it, minus the one
+/// of lowest circuit number with these ends and such a type, or 0. Reads LINPTR, LINADR.
+int FNDPAR(const Run& run, int from, int to, int circuit, int least, int greatest);
 
 /// What FNDLIN answers, from a table of its own that follows every change of the block: an open hash of pairs of bus
 /// positions, each with the chain of its parallels in ascending branch order. A pair has at most 99 circuits, so every

@@ -7,6 +7,12 @@ namespace korvane {
 void INPBUS(Run& run);  ///< DBAR: buses. Messages 100 to 670, -900 to -995.
 void INPLIN(Run& run);  ///< DLIN: branches. Messages 110 to 800, -435 to -970.
 void INPGEN(Run& run);  ///< DGER: limits and capability data of generators. Messages 100 to 290, -950 to -990.
+void INPCAR(Run& run);  ///< DCAR: load models. Messages 100 to 190, 823, and those of SELCRT.
+void INPSHL(Run& run);  ///< DSHL: shunts on the ends of branches. Messages 100 to 260, 600, 920, -900, -910.
+void INPINJ(Run& run);  ///< DINJ: equivalent injections. Messages 100 to 190.
+void INPMOT(Run& run);  ///< DMOT: induction motors. Messages 100 to 360, -900.
+void INPCAI(Run& run);  ///< DCAI: individual loads. Messages 100 to 300, -900.
+void INPGEI(Run& run);  ///< DGEI: individual generators. Messages 100 to 320, -900 to -950.
 void INPARE(Run& run);  ///< DARE: areas. Messages 100 to 140, -900 to -920.
 void INPGLT(Run& run);  ///< DGLT: voltage-limit groups. Messages 100 to 180.
 void INPGBT(Run& run);  ///< DGBT: base-voltage groups. Messages 100 to 130.

@@ -4,11 +4,8 @@
 #include "platform/files.hpp"
 #include "support/fixture.hpp"
 
-namespace korvane {
+namespace korvane::testing {
 namespace {
-
-using testing::run_korvane;
-using testing::TempDir;
 
 TEST(Process, EveryWayAndShapeOfADeckEndsWithAMessageAndAStatus) {
     std::string every_byte;
@@ -91,4 +88,4 @@ TEST(Process, AFullDiskBehindStandardOutputIsAnAbnormalEnd) {
 }
 
 }  // namespace
-}  // namespace korvane
+}  // namespace korvane::testing

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "support/paths.hpp"
+
 namespace korvane {
 namespace {
 
@@ -251,8 +253,8 @@ protected:
     /// Status of the compiler; what it said goes to `said`.
     int compile() {
         const std::string d = dir.string();
-        const int status = std::system(("\"" KORVANE_BIN "/kvncat\" \"" + d + "/pt\" \"" + d + "/a.fmt\" \"" + d +
-                                        "/a.msg\" 2> \"" + d + "/said\"")
+        const int status = std::system(("\"" + std::string(testing::BIN_DIRECTORY) + "/kvncat\" \"" + d + "/pt\" \"" +
+                                        d + "/a.fmt\" \"" + d + "/a.msg\" 2> \"" + d + "/said\"")
                                            .c_str());
         std::ifstream in(dir / "said");
         said.assign(std::istreambuf_iterator<char>(in), {});
@@ -329,10 +331,10 @@ TEST_F(CatalogueCompiler, NamesFileAndLineOfEveryFault) {
 TEST(Catalogue, OursOpens) {
     for (const char* name : {"/trov0_s.fmt", "/trov0_s.msg"}) {
         Catalogue file;
-        ASSERT_EQ(file.open(std::string(KORVANE_BIN) + name), CatalogueFault::none) << name;
+        ASSERT_EQ(file.open(std::string(testing::BIN_DIRECTORY) + name), CatalogueFault::none) << name;
     }
     Catalogue fmt;
-    fmt.open(std::string(KORVANE_BIN) + "/trov0_s.fmt");
+    fmt.open(std::string(testing::BIN_DIRECTORY) + "/trov0_s.fmt");
     std::vector<CatalogueRow> rows;
     ASSERT_EQ(fmt.rows_of("ERRMSG", 260, rows), Block::found);
     EXPECT_EQ(rows.at(0).text.size(), 50u);

@@ -206,6 +206,12 @@ TEST(Refusals, ComeInTheOrderOfTheNeeds) {
         {"EXMT", {133}, "EXMT 7000", 0, 134},
         {"EXPL", {}, "EXPL 7000"},
         {"DGEQ", {}, "DGEQ 7000"},
+        {"DGLI", {67}, "DGLI 680"},
+        {"DGMO", {34}, "DGMO 730"},
+        {"DGSL", {21}, "DGSL 740"},
+        {"DGCV", {15}, "DGCV 830"},
+        {"EXQV", {1}, "EXQV 842"},
+        {"EXQV", {1, 13}, "EXQV 841"},
         {"EXOT", {1}, "EXOT"},
     };
     Console s;

@@ -3,14 +3,8 @@
 
 #include "support/fixture.hpp"
 
-namespace korvane {
+namespace korvane::testing {
 namespace {
-
-using testing::FakePlatform;
-using testing::Session;
-using testing::SessionOptions;
-using testing::TempDir;
-using testing::Via;
 
 constexpr const char* MARK = "(###############################\n";
 
@@ -64,6 +58,15 @@ TEST(Log, CopyIsRefusedWithoutALogOrATarget) {
     EXPECT_EQ(Session("LOGD\nCLOG\nFIM\n", TYPED).messages(), "CPYLOG 100");
 }
 
+TEST(Log, CopyOfALogThatWasTakenAwayIsRefused) {
+    const Session s("LOGD\nULOG\n 3\ncopy.log\nDOSC\nrm KORVANE.LOG\n99999\nCLOG\nFIM\n",
+                    {.via = Via::standard_input, .prepare = [](const TempDir&, FakePlatform& os) {
+                         os.on_command = [](const std::string&) { return std::remove("KORVANE.LOG"); };
+                     }});
+    EXPECT_EQ(s.messages(), "CPYLOG 120");
+    EXPECT_TRUE(s.run.units.LOGON);
+}
+
 TEST(Log, FollowsUnit3ToAnotherFile) {
     const Session s("ULOG\n 3\na.log\nLOGD\nTITU\none\nULOG\n 3\nb.log\nTITU\ntwo\nLOGL\nFIM\n", TYPED);
     EXPECT_EQ(s.dir.read("a.log"), logon() + "TITU\none\nULOG\n 3\nb.log\n" + logoff());
@@ -77,4 +80,4 @@ TEST(Log, AFileInUseIsRefused) {
 }
 
 }  // namespace
-}  // namespace korvane
+}  // namespace korvane::testing

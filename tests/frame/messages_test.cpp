@@ -198,16 +198,28 @@ TEST(Interr, DecidesByInputAndByWhoIsThere) {
     }
 }
 
-TEST(Ldform, ABlockThatIsNotThereStopsTheRunWithItsMessage) {
-    Session s;
-    s.start();
-    try {
-        LDFORM(s.run, "ABSENT");
-        FAIL();
-    } catch (const RunStop& stop) {
-        EXPECT_EQ(stop.text, "FORMATO");
+TEST(Ldform, ABlockThatCannotBeUsedStopsTheRunWithItsMessage) {
+    std::vector<CatalogueRow> many;
+    for (int i = 1; i <= Formats::ROWS + 1; ++i) many.push_back({i, "(A)"});
+    CatalogueVersion version;
+    version.stamp = PROGRAM_STAMP;
+    const std::string blocks = Catalogue::build(
+        {{"BEHIND", {{1, "(A)"}, {Formats::ROWS + 1, "(A)"}}}, {"BEFORE", {{0, "(A)"}}}, {"MANY", many}}, version);
+    for (const auto& [name, number] :
+         std::map<std::string, int>{{"ABSENT", 120}, {"BEHIND", 100}, {"BEFORE", 100}, {"MANY", 110}}) {
+        Session s;
+        s.start();
+        load_rows(s.run, "ERROID");
+        load_rows(s.run, "ERRMSG");
+        ASSERT_EQ(s.run.fmt.file.open_bytes(blocks), CatalogueFault::none);
+        try {
+            LDFORM(s.run, name);
+            ADD_FAILURE() << name;
+        } catch (const RunStop& stop) {
+            EXPECT_EQ(stop.text, "FORMATO");
+        }
+        EXPECT_EQ(shown(s.run), "LDFORM " + std::to_string(number) + "\n");
     }
-    EXPECT_EQ(shown(s.run), "LDFORM 120\n");
 }
 
 }  // namespace

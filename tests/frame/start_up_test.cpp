@@ -5,17 +5,12 @@
 
 #include "frame/catalogue.hpp"
 #include "support/fixture.hpp"
+#include "support/paths.hpp"
 
-namespace korvane {
+namespace korvane::testing {
 namespace {
 
-using testing::FakePlatform;
-using testing::Session;
-using testing::SessionOptions;
-using testing::TempDir;
-using testing::Via;
-
-std::string built(const char* type) { return read_file(std::string(KORVANE_BIN) + "/trov0_s." + type).value_or(""); }
+std::string built(const char* type) { return read_file(std::string(BIN_DIRECTORY) + "/trov0_s." + type).value_or(""); }
 
 /// A catalogue of its own, in the folder of the program or in one that the environment names.
 SessionOptions with_catalogue(const char* folder, std::optional<std::string> formats,
@@ -40,7 +35,7 @@ TEST(StartUp, FindsTheCatalogueBesideTheProgramOrWhereTheEnvironmentSays) {
     }
     // half a catalogue beside the program sends the search to the environment for both
     SessionOptions half = with_catalogue("program", fmt, std::nullopt);
-    half.variables["trov0_s"] = KORVANE_BIN;
+    half.variables["trov0_s"] = BIN_DIRECTORY;
     EXPECT_EQ(Session("FIM\n", half).status, 0);
 }
 
@@ -92,7 +87,7 @@ TEST(StartUp, StopsOnWhatThePlatformCannotAnswer) {
     EXPECT_EQ(s.stop, " *** Erro na verificacao da entrada\n padrao (stdin) ***");
 
     for (const int length : {243, 244, 245}) {  // with a slash, and 11 columns of a name: 255 is the most
-        const SessionOptions deep{.variables = {{"trov0_s", KORVANE_BIN}},
+        const SessionOptions deep{.variables = {{"trov0_s", BIN_DIRECTORY}},
                                   .prepare = [=](const TempDir&, FakePlatform& os) {
                                       os.home = "/" + std::string(std::size_t(length) - 1, 'x');
                                   }};
@@ -183,4 +178,4 @@ TEST(StartUp, OutputThatIsLostMakesTheEndAbnormal) {
 }
 
 }  // namespace
-}  // namespace korvane
+}  // namespace korvane::testing

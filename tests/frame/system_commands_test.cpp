@@ -3,14 +3,8 @@
 
 #include "support/fixture.hpp"
 
-namespace korvane {
+namespace korvane::testing {
 namespace {
-
-using testing::FakePlatform;
-using testing::Session;
-using testing::SessionOptions;
-using testing::TempDir;
-using testing::Via;
 
 /// A shell that answers every command with two lines.
 SessionOptions with_shell(Via via = Via::environment) {
@@ -92,4 +86,4 @@ TEST(Colours, TheSetIsKept) {
 }
 
 }  // namespace
-}  // namespace korvane
+}  // namespace korvane::testing

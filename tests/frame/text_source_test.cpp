@@ -5,10 +5,9 @@
 #include "frame/units.hpp"
 #include "support/fixture.hpp"
 
-namespace korvane {
+namespace korvane::testing {
 namespace {
 
-using testing::TempDir;
 using Lines = std::vector<std::string>;
 
 Lines lines_of(std::string_view bytes) {
@@ -100,4 +99,4 @@ TEST(TextSource, AFileThatIsNotThere) {
 }
 
 }  // namespace
-}  // namespace korvane
+}  // namespace korvane::testing

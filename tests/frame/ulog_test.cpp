@@ -3,14 +3,8 @@
 
 #include "support/fixture.hpp"
 
-namespace korvane {
+namespace korvane::testing {
 namespace {
-
-using testing::FakePlatform;
-using testing::Session;
-using testing::SessionOptions;
-using testing::TempDir;
-using testing::Via;
 
 std::string ulog(const std::string& unit, const std::string& name) { return "ULOG\n" + unit + "\n" + name + "\n"; }
 
@@ -148,4 +142,4 @@ TEST(Ulog, ADeckOnStandardInputIsReadWithoutPrompts) {
 }
 
 }  // namespace
-}  // namespace korvane
+}  // namespace korvane::testing

@@ -3,12 +3,8 @@
 
 #include "support/fixture.hpp"
 
-namespace korvane {
+namespace korvane::testing {
 namespace {
-
-using testing::Session;
-using testing::SessionOptions;
-using testing::Via;
 
 TEST(Units, CarriageControl) {
     Session s;
@@ -125,4 +121,4 @@ TEST(Units, AConsoleThatIsGoneEndsTheRun) {
 }
 
 }  // namespace
-}  // namespace korvane
+}  // namespace korvane::testing

@@ -5,10 +5,8 @@
 
 #include "support/fixture.hpp"
 
-namespace korvane {
+namespace korvane::testing {
 namespace {
-
-using testing::TempDir;
 
 TEST(Files, ATypedNameFindsAnExistingFileInOneOfThreeSpellings) {
     TempDir dir;
@@ -105,4 +103,4 @@ TEST(Files, FailuresAreKept) {
 }
 
 }  // namespace
-}  // namespace korvane
+}  // namespace korvane::testing

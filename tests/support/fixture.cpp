@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "app/code_table.hpp"
+#include "support/paths.hpp"
 
 namespace fs = std::filesystem;
 
@@ -18,7 +19,7 @@ namespace korvane::testing {
 
 // --- the platform
 
-FakePlatform::FakePlatform() : home(KORVANE_BIN) {}
+FakePlatform::FakePlatform() : home(BIN_DIRECTORY) {}
 
 void FakePlatform::type(std::string_view text) {
     while (!text.empty()) {
@@ -199,7 +200,7 @@ ProcessResult run_binary(const char* name, const std::vector<std::string>& argum
         dup2(out[1], 1);
         dup2(err[1], 2);
         for (int fd : {out[0], out[1], err[0], err[1]}) close(fd);
-        const std::string program = std::string(KORVANE_BIN) + "/" + name;
+        const std::string program = std::string(BIN_DIRECTORY) + "/" + name;
         std::vector<char*> argv{const_cast<char*>(program.c_str())};
         for (const std::string& a : arguments) argv.push_back(const_cast<char*>(a.c_str()));
         argv.push_back(nullptr);

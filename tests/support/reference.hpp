@@ -12,6 +12,7 @@
 
 #include "network/store.hpp"
 #include "powerflow/powerflow.hpp"
+#include "support/paths.hpp"
 
 namespace korvane::testing {
 
@@ -27,7 +28,7 @@ inline constexpr ReferenceCase REFERENCE_CASES[] = {
     {"case_ACTIVSg10k", 5}, {"case13659pegase", 6},
 };
 
-inline std::string reference_folder(const std::string& name) { return std::string(KORVANE_DATA) + "/" + name; }
+inline std::string reference_folder(const std::string& name) { return std::string(DATA_DIRECTORY) + "/" + name; }
 inline bool reference_present(const std::string& name) { return std::filesystem::exists(reference_folder(name)); }
 
 /// The deck of a case up to its EXLF line, with tight tolerances, then the lines given and FIM.

@@ -1,0 +1,202 @@
+#include "made_deck.hpp"
+
+#include <cmath>
+#include <initializer_list>
+#include <string_view>
+
+namespace korvane::bench {
+
+namespace {
+
+/// A text that begins in a column.
+struct At {
+    int column;
+    std::string text;
+};
+
+/// A number right-justified in the columns up to last.
+At to(int last, long number) {
+    std::string digits = std::to_string(number);
+    return {last - int(digits.size()) + 1, digits};
+}
+
+class Deck {
+public:
+    void line(std::string_view text) { text_.append(text) += '\n'; }
+    void card(std::initializer_list<At> fields) {
+        std::string columns;
+        for (const At& f : fields) {
+            const auto first = std::size_t(f.column - 1);
+            if (columns.size() < first + f.text.size()) columns.resize(first + f.text.size(), ' ');
+            columns.replace(first, f.text.size(), f.text);
+        }
+        line(columns);
+    }
+    void end() { line("99999"); }
+    std::string take() { return std::move(text_); }
+
+private:
+    std::string text_;
+};
+
+constexpr int BUSES = 20000, BRANCHES = 40000, GENERATORS = 6000, BANKS = 5000, AUTOMATIC = 8000;
+constexpr int LOADS_AT_BUS = 2, UNITS_OF_GENERATOR = 4, ROWS_OF_BANK = 6, AREAS = 50;
+
+int part(int n, double scale) { return int(std::lround(n * scale)); }
+
+/// Buses of the mesh: i has its neighbours i + 1 and i + width.
+struct Mesh {
+    explicit Mesh(double scale) : buses(part(BUSES, scale)), width(std::max(2, int(std::sqrt(2.0 * buses)))) {}
+    int buses, width;
+};
+
+void buses(Deck& deck, const Mesh& mesh, int generators) {
+    deck.line("DBAR");
+    for (int i = 1; i <= mesh.buses; ++i) {
+        const bool generates = i <= generators * 3 && i % 3 == 1;
+        const int area = (i - 1) * AREAS / mesh.buses + 1;
+        const At number = to(5, i), name{11, "BARRA " + std::to_string(i)}, region = to(76, area);
+        if (generates)
+            deck.card({number,
+                       {7, "L"},
+                       {8, i == 1 ? "2" : "1"},
+                       {9, "34"},
+                       name,
+                       {25, "1000"},
+                       {33, " 4.66"},
+                       {43, "-5.00"},
+                       {48, " 5.00"},
+                       {59, " 1.00"},
+                       {64, " 0.30"},
+                       region});
+        else
+            deck.card(
+                {number, {7, "L"}, {8, "0"}, {9, "34"}, name, {25, "1000"}, {59, " 1.00"}, {64, " 0.30"}, region});
+    }
+    deck.end();
+}
+
+void branches(Deck& deck, const Mesh& mesh, int wanted) {
+    deck.line("DLIN");
+    int made = 0;
+    auto branch = [&](int from, int to_bus, int circuit) {
+        if (made == wanted) return;
+        ++made;
+        if (made % 10 == 0)  // a transformer under control
+            deck.card({to(5, from),
+                       to(15, to_bus),
+                       to(17, circuit),
+                       {27, "  1.00"},
+                       {39, "1.000"},
+                       {44, " .900"},
+                       {49, "1.100"},
+                       to(64, to_bus),
+                       {65, " 100"},
+                       {73, "17"}});
+        else
+            deck.card({to(5, from),
+                       to(15, to_bus),
+                       to(17, circuit),
+                       {21, "   .10"},
+                       {27, "  1.00"},
+                       {33, "  .050"},
+                       {65, " 100"}});
+    };
+    for (int circuit = 1; made < wanted; ++circuit)
+        for (int i = 1; i <= mesh.buses && made < wanted; ++i) {
+            if (i % mesh.width != 0 && i < mesh.buses) branch(i, i + 1, circuit);
+            if (i + mesh.width <= mesh.buses) branch(i, i + mesh.width, circuit);
+        }
+    deck.end();
+}
+
+void individual_loads(Deck& deck, const Mesh& mesh) {
+    deck.line("DCAI");
+    for (int i = 1; i <= mesh.buses; ++i)
+        for (int n = 1; n <= LOADS_AT_BUS; ++n)
+            deck.card({to(5, i),
+                       {7, "A"},
+                       to(11, n),
+                       {13, "L"},
+                       {15, "  2"},
+                       {23, "  .10"},
+                       {29, "  .03"},
+                       {35, " 20"},
+                       {39, " 30"},
+                       {43, " 10"},
+                       {47, " 40"}});
+    deck.end();
+}
+
+void individual_generators(Deck& deck, int generators) {
+    deck.line("DGEI");
+    for (int g = 0; g < generators; ++g)
+        for (int n = 1; n <= UNITS_OF_GENERATOR; ++n)
+            deck.card({to(5, 3 * g + 1),
+                       {7, "A"},
+                       {8, "S"},
+                       to(11, n),
+                       {13, "L"},
+                       {14, "  2"},
+                       {33, "-0.60"},
+                       {38, " 0.60"},
+                       {43, " 10.00"},
+                       {66, ".950"},
+                       {70, " 1.00"}});
+    deck.end();
+}
+
+void banks(Deck& deck, int wanted) {
+    deck.line("DBSH");
+    for (int b = 1; b <= wanted; ++b) {
+        deck.card({to(5, b), {7, "A"}, {18, "F"}, {20, " 950"}, {25, "1050"}, {43, "C"}});
+        for (int row = 1; row <= ROWS_OF_BANK; ++row)
+            deck.card({to(2, row), {5, "A"}, {7, "L"}, {9, "  3"}, {13, "  1"}, {17, row % 2 ? "  .020" : " -.020"}});
+        deck.line("FBAN");
+    }
+    deck.end();
+}
+
+void automatic_shunts(Deck& deck, int first, int wanted) {
+    deck.line("DSCA");
+    for (int i = first; i < first + wanted; ++i)
+        deck.card({to(5, i),
+                   {7, "A"},
+                   {9, "F"},
+                   {11, " 950"},
+                   {15, "1050"},
+                   {25, "   .1"},
+                   {31, "4"},
+                   {33, "  .05"},
+                   {39, "2"},
+                   {41, " -.10"},
+                   {79, "C"}});
+    deck.end();
+}
+
+}  // namespace
+
+std::string made_deck(double scale) {
+    const Mesh mesh(scale);
+    const int generators = part(GENERATORS, scale), groups = part(BANKS, scale);
+    Deck deck;
+    deck.line("TITU");
+    deck.line("MADE NETWORK OF " + std::to_string(mesh.buses) + " BUSES");
+    buses(deck, mesh, generators);
+    branches(deck, mesh, part(BRANCHES, scale));
+    individual_loads(deck, mesh);
+    individual_generators(deck, generators);
+    banks(deck, groups);
+    automatic_shunts(deck, groups + 1, part(AUTOMATIC, scale));
+    return deck.take();
+}
+
+std::string every_second_bus_removed(double scale) {
+    Deck deck;
+    deck.line("DBAR");
+    for (int i = 2; i <= part(BUSES, scale); i += 2) deck.card({to(5, i), {6, "E"}});
+    deck.end();
+    return deck.take();
+}
+
+}  // namespace korvane::bench
