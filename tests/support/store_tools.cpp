@@ -2,56 +2,54 @@
 
 #include <algorithm>
 #include <cstring>
-#include <map>
 
 namespace korvane::testing {
 
 namespace {
 
-template <class C>
-using ValueOf = typename std::remove_cvref_t<C>::value_type;
-
-template <class T>
-constexpr bool is_row = is_ref<T>::value;
+// Families and columns are walked at run time: templates over all of them would take minutes to compile.
 
 std::uint64_t mix(std::uint64_t h, std::uint64_t v) {
     h ^= v + 0x9e3779b97f4a7c15u + (h << 6) + (h >> 2);
     return h * 0xff51afd7ed558ccdu;
 }
 
-template <class T>
-std::uint64_t hash_of(const T& value) {
-    std::uint64_t h = 14695981039346656037u;
-    unsigned char bytes[sizeof(T)];
-    std::memcpy(bytes, &value, sizeof value);
-    for (unsigned char b : bytes) h = (h ^ b) * 1099511628211u;
-    return h;
+/// A family of a store.
+struct FamilyView {
+    const FamilyInfo& info;
+    unsigned char* tables;
+    int off;  // rows out of service, behind the count
+
+    FamilyView(Store& s, const FamilyInfo& f)
+        : info(f),
+          tables(reinterpret_cast<unsigned char*>(&s) + f.offset),
+          off(s.cmp.compacted ? s.cmp.of(f.family).off : 0) {}
+    int& count() const { return *reinterpret_cast<int*>(tables); }
+    int all_rows() const { return count() + off; }
+    unsigned char* entry(const ColumnInfo& c, int i) const { return tables + c.offset + std::size_t(i - 1) * c.size; }
+    int& reference(const ColumnInfo& c, int i) const { return *reinterpret_cast<int*>(entry(c, i)); }
+    std::uint64_t hash(const ColumnInfo& c, int i) const {
+        std::uint64_t h = 14695981039346656037u;
+        for (unsigned char byte : std::span(entry(c, i), c.size)) h = (h ^ byte) * 1099511628211u;
+        return h;
+    }
+    std::string name() const { return family_name(info.family); }
+};
+
+std::vector<FamilyView> families(Store& s) {
+    std::vector<FamilyView> all;
+    for (const FamilyInfo& f : store_layout()) all.emplace_back(s, f);
+    return all;
 }
 
-/// Rows of a family, in service or not.
-template <class Tables>
-int all_rows(Store& s, Tables& t) {
-    return rows_taken(s, t);
+FamilyView family(Store& s, Family f) { return {s, layout_of(f)}; }
+
+std::string at(const FamilyView& f, const ColumnInfo& c, int i) {
+    return f.name() + ' ' + c.name + '(' + std::to_string(i) + ')';
 }
 
-/// What a row holds beside references. LITRF is an address, worked out from the tables of others.
-template <class Tables>
-std::uint64_t own_values(Tables& t, int i) {
-    std::uint64_t h = std::uint64_t(Tables::family);
-    each_table(t, [&](const auto& c, auto& table) {
-        if constexpr (!is_row<ValueOf<decltype(c)>>)
-            if (std::string_view(c.name) != "LITRF") h = mix(h, hash_of(table(i)));
-    });
-    return h;
-}
-
-/// f(tables) for the family F.
-template <Family F, class Do>
-void with_family(Store& s, Do&& f) {
-    each_family(s, [&](auto& t) {
-        if constexpr (std::remove_cvref_t<decltype(t)>::family == F) f(t);
-    });
-}
+/// The most rows that a family has room for, of those that have little.
+int room(Family f) { return f == Family::frequency_island ? MXFRP : f == Family::link ? MXLDC : 100; }
 
 }  // namespace
 
@@ -60,26 +58,15 @@ std::string first_difference(Store& a, Store& b) {
     auto differ = [&](const std::string& what) {
         if (found.empty()) found = what;
     };
-    std::map<int, std::pair<int, std::map<std::string, std::vector<std::uint64_t>>>> other;
-    each_family(b, [&](auto& t) {
-        auto& [count, columns] = other[int(t.family)];
-        count = all_rows(b, t);
-        each_table(t, [&](const auto& c, auto& table) {
-            for (int i : rows(count)) columns[c.name].push_back(hash_of(table(i)));
-        });
-    });
-    each_family(a, [&](auto& t) {
-        auto& [count, columns] = other[int(t.family)];
-        if (all_rows(a, t) != count)
-            return differ(family_name(t.family) + ": " + std::to_string(all_rows(a, t)) + " and " +
-                          std::to_string(count) + " rows");
-        each_table(t, [&](const auto& c, auto& table) {
-            for (int i : rows(count))
-                if (hash_of(table(i)) != columns[c.name][std::size_t(i - 1)])
-                    differ(family_name(t.family) + ' ' + c.name + '(' + std::to_string(i) + ')');
-        });
-    });
-    if (!found.empty()) return found;
+    for (const FamilyView& f : families(a)) {
+        const FamilyView other = family(b, f.info.family);
+        const int n = f.all_rows();
+        if (n != other.all_rows())
+            return f.name() + ": " + std::to_string(n) + " and " + std::to_string(other.all_rows()) + " rows";
+        for (const ColumnInfo& c : f.info.columns)
+            for (int i : rows(n))
+                if (std::memcmp(f.entry(c, i), other.entry(c, i), c.size) != 0) return at(f, c, i);
+    }
     for (int k : rows(MXAGR)) {
         if (a.agr.NAGINT(k) != b.agr.NAGINT(k) || !(a.agr.DESCAG(k) == b.agr.DESCAG(k)) ||
             a.agr.count(k) != b.agr.count(k))
@@ -93,26 +80,22 @@ std::string first_difference(Store& a, Store& b) {
     for (int k : rows(a.area.NAREA))
         if (a.adr.NAORD(k) != b.adr.NAORD(k)) differ("NAORD(" + std::to_string(k) + ')');
     if (a.adr.NBMAX != b.adr.NBMAX) differ("NBMAX");
+    if (std::string_view(a.comment.text.data(), std::size_t(a.comment.length)) !=
+        std::string_view(b.comment.text.data(), std::size_t(b.comment.length)))
+        differ("comment");
     return found;
 }
 
 std::string stray_reference(Store& s) {
-    std::string found;
-    each_family(s, [&](auto& t) {
-        const int n = all_rows(s, t);
-        each_table(t, [&](const auto& c, auto& table) {
-            using T = ValueOf<decltype(c)>;
-            if constexpr (is_row<T>) {
-                int limit = 0;
-                with_family<T::family>(s, [&](auto& other) { limit = all_rows(s, other); });
-                for (int i : rows(n))
-                    if (std::abs(table(i).at) > limit && found.empty())
-                        found = family_name(t.family) + ' ' + c.name + '(' + std::to_string(i) +
-                                ") = " + std::to_string(table(i).at) + " of " + std::to_string(limit);
-            }
-        });
-    });
-    return found;
+    for (const FamilyView& f : families(s))
+        for (const ColumnInfo& c : f.info.columns) {
+            if (!c.target) continue;
+            const int limit = family(s, *c.target).all_rows();
+            for (int i : rows(f.all_rows()))
+                if (std::abs(f.reference(c, i)) > limit)
+                    return at(f, c, i) + " = " + std::to_string(f.reference(c, i)) + " of " + std::to_string(limit);
+        }
+    return "";
 }
 
 std::string wrong_address(Store& s) {
@@ -176,26 +159,28 @@ std::string wrong_address(Store& s) {
 }
 
 std::vector<std::vector<std::uint64_t>> contents(Store& s) {
+    // What a row holds beside references. LITRF is an address, worked out from the tables of others.
     std::vector<std::vector<std::uint64_t>> own(FAMILIES), all(FAMILIES);
-    each_family(s, [&](auto& t) {
-        own[std::size_t(t.family)].resize(std::size_t(all_rows(s, t)) + 1);
-        for (int i : rows(all_rows(s, t))) own[std::size_t(t.family)][std::size_t(i)] = own_values(t, i);
-    });
-    each_family(s, [&](auto& t) {
-        auto& list = all[std::size_t(t.family)];
-        for (int i : rows(all_rows(s, t))) {
-            std::uint64_t h = own[std::size_t(t.family)][std::size_t(i)];
-            each_table(t, [&](const auto& c, auto& table) {
-                using T = ValueOf<decltype(c)>;
-                if constexpr (is_row<T>) {
-                    const int at = table(i);
-                    h = mix(h, at ? own[std::size_t(T::family)][std::size_t(std::abs(at))] + (at < 0) : 0);
-                }
-            });
+    for (const FamilyView& f : families(s)) {
+        auto& values = own[std::size_t(f.info.family)];
+        values.assign(std::size_t(f.all_rows()) + 1, std::uint64_t(f.info.family));
+        for (const ColumnInfo& c : f.info.columns)
+            if (!c.target && std::string_view(c.name) != "LITRF")
+                for (int i : rows(f.all_rows())) values[std::size_t(i)] = mix(values[std::size_t(i)], f.hash(c, i));
+    }
+    for (const FamilyView& f : families(s)) {
+        auto& list = all[std::size_t(f.info.family)];
+        for (int i : rows(f.all_rows())) {
+            std::uint64_t h = own[std::size_t(f.info.family)][std::size_t(i)];
+            for (const ColumnInfo& c : f.info.columns) {
+                if (!c.target) continue;
+                const int row = f.reference(c, i);
+                h = mix(h, row ? own[std::size_t(*c.target)][std::size_t(std::abs(row))] + (row < 0) : 0);
+            }
             list.push_back(h);
         }
         std::sort(list.begin(), list.end());
-    });
+    }
     return all;
 }
 
@@ -204,34 +189,27 @@ void fill_at_random(Store& s, unsigned seed, double off) {
     auto below = [&](int n) { return int(random() % unsigned(n)); };
     const int nb = 2 + below(60);
     // Counts first, so that references know where they may point.
-    each_family(s, [&](auto& t) {
-        t.count() = 0;
-        int n = 1 + below(nb);
-        if constexpr (std::is_same_v<std::remove_cvref_t<decltype(t)>, BusTables>) n = nb;
-        n = std::min(n, limit_of<std::remove_cvref_t<decltype(t)>>());
-        for (int i = 0; i < n; ++i) add_row(t);
-    });
-    each_family(s, [&](auto& t) {
-        each_table(t, [&](const auto& c, auto& table) {
-            using T = ValueOf<decltype(c)>;
-            for (int i : rows(t.count())) {
-                if constexpr (is_row<T>) {
-                    int limit = 0;
-                    with_family<T::family>(s, [&](auto& other) { limit = other.count(); });
-                    table(i) = 1 + below(limit);
-                } else if constexpr (std::is_same_v<T, bool>) {
-                    table(i) = double(below(1000)) >= off * 1000;
-                } else if constexpr (std::is_same_v<T, int>) {
-                    table(i) = 1 + below(1 << 30);
-                } else if constexpr (std::is_same_v<T, double>) {
-                    table(i) = double(random()) / 1e6;
-                } else {
-                    for (char& byte : std::span(reinterpret_cast<char*>(&table(i)), sizeof(T)))
-                        byte = char('A' + below(26));
-                }
+    for (const FamilyView& f : families(s))
+        f.count() = f.info.family == Family::bus ? nb : std::min(1 + below(nb), room(f.info.family));
+    auto put = [&](unsigned char* entry, std::size_t size) {
+        const auto set = [&](auto value) { std::memcpy(entry, &value, sizeof value); };
+        if (size == sizeof(bool))
+            set(double(below(1000)) >= off * 1000);
+        else if (size == sizeof(int))
+            set(1 + below(1 << 30));
+        else if (size == sizeof(double))
+            set(double(random()) / 1e6);
+        else
+            for (unsigned char& byte : std::span(entry, size)) byte = static_cast<unsigned char>('A' + below(26));
+    };
+    for (const FamilyView& f : families(s))
+        for (const ColumnInfo& c : f.info.columns)
+            for (int i : rows(f.count())) {
+                if (c.target)
+                    f.reference(c, i) = 1 + below(family(s, *c.target).count());
+                else
+                    put(f.entry(c, i), c.size);
             }
-        });
-    });
     // What the tables mean beyond that: numbers are unique, an element has one row of its kind.
     std::vector<int> numbers(99999), buses(static_cast<std::size_t>(nb));
     for (int i = 0; i < 99999; ++i) numbers[std::size_t(i)] = i + 1;
