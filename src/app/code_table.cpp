@@ -2,6 +2,7 @@
 
 #include "app/handlers.hpp"
 #include "frame/run.hpp"
+#include "network/individual_generators.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
 #include "reports/reports.hpp"
@@ -161,7 +162,7 @@ constexpr CodeRow NAMED[] = {
     {18, "EXCT", {k(8, 182), k(16, 181), when(linear_or_solved_ac, 180)}, nullptr, contingencies_ran},
     {19, "EXSB", {k(16, 190)}, nullptr, sensitivity_ran},
     {20, "EXOP", {k(29, 200)}, nullptr, runs_stale},
-    {21, "DSHL", {k(2, 210)}, nullptr, counted_changed<21, &Store::shl>},
+    {21, "DSHL", {k(2, 210)}, INPSHL, counted_changed<21, &Store::shl>},
     {22, "SNAP"},
     {23, "ARQV"},
     {24, "RELA", {}, print_reports},
@@ -173,8 +174,8 @@ constexpr CodeRow NAMED[] = {
     {30, "DCUR", {k(29, 300)}, nullptr, returned<30>},
     {31, "DRES", {k(29, 310)}, nullptr, returned<31>},
     {32, "ULOG", {}, IOFILE},
-    {33, "DINJ", {k(1, 330)}, nullptr, injections_read},
-    {34, "DMOT", {k(1, 340)}, nullptr, counted<34, &Store::mot>},
+    {33, "DINJ", {k(1, 330)}, INPINJ, injections_read},
+    {34, "DMOT", {k(1, 340)}, INPMOT, counted<34, &Store::mot>},
     {35, "DELO", {}, nullptr, counted<35, &Store::ldc>},
     {36, "DGBT", {k(1, 360)}, INPGBT, own<36>},
     {37, "DCSC", {k(2, 370)}, nullptr, counted<37, &Store::csc>},
@@ -243,9 +244,9 @@ constexpr CodeRow NAMED[] = {
     {97, "DSCA", {k(1, 970)}, nullptr, counted<97, &Store::sca>},
     {98, "EXRA", {k(1, 980)}, nullptr, own<98>},
     {99, "DBSH", {k(1, 990)}, nullptr, counted<99, &Store::bsh>},
-    {100, "DCAI", {k(1, 1000)}, nullptr, counted<100, &Store::cai>},
+    {100, "DCAI", {k(1, 1000)}, INPCAI, counted<100, &Store::cai>},
     {101, "DAEB", {k(1, 1010)}, nullptr, own<101>},
-    {102, "DGEI", {k(1, 1020)}, nullptr, counted<102, &Store::gei>},
+    {102, "DGEI", {k(1, 1020)}, INPGEI, counted<102, &Store::gei>},
     {103, "DAVR", {k(1, 1030)}, nullptr, own<103>},
     {104, "DLEN", {k(1, 1040)}, nullptr, own<104>},
     {105, "LOGD", {}, log_on, own<105>},
@@ -261,7 +262,7 @@ constexpr CodeRow NAMED[] = {
     {115, "DAGA", {k(1, 1150)}, nullptr, own<115>},
     {116, "DOSC", {}, INPCMD},
     {117, "EXT3", {k(2, 1170)}, nullptr, own<117>},
-    {118, "EXCC", {k(1, 1180)}, nullptr, own<118>},
+    {118, "EXCC", {k(1, 1180)}, EXCCAP, own<118>},
     {119, "DMSG", {}, INPMSG},
     {120, "CONC", {}, CONSET},
     {121, "DAGR", {}, nullptr, own<121>},

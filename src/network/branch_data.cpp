@@ -227,6 +227,13 @@ void BranchBlock::apply(BranchEdit& e) {
         b.BKM(l) = y.b;
     }
     if (transformer_) write_tap(e, l);
+    if (e.modifies() && reversed_ && b.LTYPE(l) == 0 && b.LITRF(l)) turn_line_shunts(b.LITRF(l));
+}
+
+// A change card in the other direction turns the shunts on the ends of the line round with it.
+void BranchBlock::turn_line_shunts(int h) {
+    std::swap(s.shl.SHLFR(h), s.shl.SHLTO(h));
+    std::swap(s.shl.STSHLD(h), s.shl.STSHLP(h));
 }
 
 void BranchBlock::write_tap(const BranchEdit& e, int l) {

@@ -50,6 +50,7 @@ private:
     void locate_old(BranchEdit& e);
     void write_tap(const BranchEdit& e, int l);
     void write_phase(const BranchEdit& e, int l);
+    void turn_line_shunts(int h);
     int tap_row(int l) const;
     int phase_row(int l) const;
     // branch_checks.cpp
