@@ -78,7 +78,8 @@ void append_number(std::string& text, double n) {
 }
 
 /// A text as an item of a list: in double quotes where the list would take part of it for something else.
-void append_text(std::string& text, std::string_view item) {
+void append_text(std::string& text, std::string_view item, bool right) {
+    while (right && !item.empty() && item.front() == ' ') item.remove_prefix(1);
     while (!item.empty() && (item.back() == ' ' || item.back() == '\0')) item.remove_suffix(1);
     const bool quotes = item.find_first_of(",;\"") != item.npos || (!item.empty() && item.front() == ' ');
     if (quotes) text += '"';
@@ -101,7 +102,9 @@ void append_item(std::string& text, const Slot& slot, const void* p) {
             return;
         }
         case Kind::letter:
-        case Kind::text: append_text(text, {static_cast<const char*>(p), std::min(slot.size, std::size_t(slot.width))});
+        case Kind::text:
+            append_text(text, {static_cast<const char*>(p), std::min(slot.size, std::size_t(slot.width))},
+                        slot.rules->right);
     }
 }
 

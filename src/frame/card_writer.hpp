@@ -47,9 +47,11 @@ public:
 
     /// Loads the rows of the reader: the decimals of the fields stand in its card format.
     CardPrinter(Run& run, std::string_view reader, std::span<const Field<C>> fields,
-                std::initializer_list<Member> kept = {}, Implied implied = Implied::point)
+                std::initializer_list<Member> kept = {}, Implied implied = Implied::point,
+                int card_format = EchoRows{}.card)
         : fields_(fields),
-          printer_((LDFORM(run, reader), card_detail::slots_of(run, fields)), sizeof(C), of(kept), implied) {}
+          printer_((LDFORM(run, reader), card_detail::slots_of(run, fields, card_format)), sizeof(C), of(kept),
+                   implied) {}
 
     /// The fields with these members, for keep.
     card_detail::FieldSet of(std::initializer_list<Member> members) const {

@@ -1,6 +1,7 @@
 // How buses show as cards of DBAR: to the reader of a card that changes one, and to the deck writer.
 #include "network/bus_card.hpp"
 #include "network/card_forms.hpp"
+#include "network/individual_records.hpp"
 
 namespace korvane {
 
@@ -58,6 +59,7 @@ public:
         }
         for (int r : rows(solved ? 0 : s.rcb.NRCB)) held(s.rcb.IRCB(r)) = s.rcb.VRCB(r);
         map_bus_rows(run.store);
+        if (run.opt["INDV"_opt]) individual_.emplace(s);
     }
 
     void show(Run& run, int k) const {
@@ -90,7 +92,8 @@ private:
         if (g && c.type == 3)  // min before max: limits may stand the wrong way round until their cards come
             c.volt = std::max(std::min(c.volt, s.glt.VMAX(s.bus.NOGLT(k))), s.glt.VMIN(s.bus.NOGLT(k)));
         if (g && (c.type == 1 || c.type == 2) && !solved) c.volt = s.gen.VGEN(g);
-        if (run.opt["INDV"_opt]) c.pload = c.qload = c.shunt = 0;
+        if (individual_ && !individual_->load_stays[std::size_t(k)]) c.pload = c.qload = 0;
+        if (individual_ && !individual_->shunt_stays[std::size_t(k)]) c.shunt = 0;
         if (c.control == c.number) c.control = 0;
         return shown;
     }
@@ -100,6 +103,7 @@ private:
     CardPrinter<BusCard> printer_;
     card_detail::FieldSet generation_, limits_;
     std::vector<double> held_;  // by bus, pu
+    std::optional<IndividualRecords> individual_;
 };
 
 }  // namespace
