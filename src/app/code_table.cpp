@@ -168,7 +168,7 @@ constexpr CodeRow NAMED[] = {
     {22, "SNAP"},
     {23, "ARQV"},
     {24, "RELA", {}, print_reports},
-    {25, "CART", {k(1, 250)}},
+    {25, "CART", {k(1, 250)}, write_deck},
     {26, "DCRE", {k(35, 260)}, nullptr, links_removed},
     {27, "EXPL"},
     {28, "SERV", {when(only_jumper, OTHER_SERVICE)}, run_services},

@@ -1,5 +1,6 @@
 #include "app/handlers.hpp"
 
+#include "cards/cards.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
 #include "platform/files.hpp"
@@ -85,6 +86,11 @@ void solve_power_flow(Run& run) {
 void print_reports(Run& run) {
     report_dispatch(run);
     monitoring_reports(run);
+}
+
+void write_deck(Run& run) {
+    if (run.units.cards) run.units.cards->rewind();
+    CART(run);
 }
 
 void run_services(Run& run) {

@@ -18,6 +18,9 @@ void solve_power_flow(Run& run);
 /// RELA: the reports of the line.
 void print_reports(Run& run);
 
+/// CART: the deck, from the beginning of the card unit.
+void write_deck(Run& run);
+
 /// SERV: the services that the options of the line name.
 void run_services(Run& run);
 

@@ -3,6 +3,7 @@
 
 #include "frame/decimal.hpp"
 #include "network/aggregator_fields.hpp"
+#include "network/card_forms.hpp"
 #include "network/set_points.hpp"
 
 namespace korvane {
@@ -33,19 +34,70 @@ constexpr Field<BranchCard> OWN_FIELDS[] = {
 constexpr auto DLIN = with_aggregators(OWN_FIELDS, &BranchCard::aggregators, 79, {.zero_is_none = true});
 static_assert(well_formed(DLIN));
 
+/// The number to twelve digits, which is as many as come back from the store whatever they were.
+double few_digits(double v) {
+    char digits[32];
+    const auto end = std::to_chars(digits, digits + sizeof digits, v, std::chars_format::scientific, 11).ptr;
+    std::from_chars(digits, end, v);
+    return v;
+}
+
 /// A number worked back from the store, without the last bits that the way there and back has cost: the number of at
 /// most twelve digits that it was, if it lies within a few units in the last place of one. So a card written from the
 /// store, and a card that changes one of two numbers, leave the other one as it was typed.
 double as_typed(double v) {
-    char digits[32];
-    const auto end = std::to_chars(digits, digits + sizeof digits, v, std::chars_format::scientific, 11).ptr;
-    double typed = v;
-    std::from_chars(digits, end, typed);
+    const double typed = few_digits(v);
     constexpr double few = 16 * std::numeric_limits<double>::epsilon();
     return std::abs(typed - v) <= few * std::abs(v) ? typed : v;
 }
 
 char letter(bool live) { return live ? 'L' : 'D'; }
+
+int phase_row_of(const Store& s, int l) {
+    const int type = s.branch.LTYPE(l);
+    return type == 2 || type == 4 || type == 6 ? s.branch.LITRF(l) : 0;
+}
+
+int tap_row_of(const Store& s, int l) {
+    if (const int p = phase_row_of(s, l)) return s.phs.NOPHS(p);
+    const int type = s.branch.LTYPE(l);
+    return type == 1 || type == 3 ? s.branch.LITRF(l) : 0;
+}
+
+/// Branch l as a card in its own direction.
+BranchCard branch_card(const Run& run, int l) {
+    const Store& s = run.store;
+    const BranchTables& b = s.branch;
+    BranchCard c{};
+    c.from = s.bus.NOINT(b.NFROM(l));
+    c.to = s.bus.NOINT(b.NTO(l));
+    c.circuit = b.NCIR(l);
+    c.from_state = letter(b.STLIND(l));
+    c.to_state = letter(b.STLINP(l));
+    c.state = letter(b.STLIN(l));
+    c.owner = b.OWNER(l) ? 'F' : 'T';
+    double t = 1;
+    if (const int n = tap_row_of(s, l)) {
+        t = s.tap.TAP(n);
+        c.tap = as_typed(1 / t);
+        c.tpmin = s.tap.TPMIN(n);
+        c.tpmax = s.tap.TPMAX(n);
+        if (const int k = s.tap.KBUS(n); k != 0 && c.tpmin > 0 && c.tpmax > 0)
+            c.controlled = k < 0 ? -s.bus.NOINT(-k) : s.bus.NOINT(k);
+        c.positions = s.tap.NTSTP(n);
+    }
+    // z = 1/y, and y/t is what the store holds
+    const double g = b.GKM(l), y = b.BKM(l), z = 100 * t / (g * g + y * y);
+    c.r = as_typed(g * z);
+    c.x = as_typed(-y * z);
+    c.charging = 2 * b.BC(l);
+    if (const int p = phase_row_of(s, l)) c.phase = s.phs.PHS(p);
+    c.normal = shown_rating(b.CAPAC(l));
+    c.emergency = shown_rating(b.CAPAE(l));
+    c.equipment = shown_rating(b.CAPAQ(l));
+    show_aggregators(s, b.IAGRCIR(l), c.aggregators);
+    return c;
+}
 
 }  // namespace
 
@@ -79,16 +131,9 @@ BranchBlock::BranchBlock(Run& of) : run(of), s(of.store), finder_(of.store), set
     }
 }
 
-int BranchBlock::phase_row(int l) const {
-    const int type = s.branch.LTYPE(l);
-    return type == 2 || type == 4 || type == 6 ? s.branch.LITRF(l) : 0;
-}
+int BranchBlock::phase_row(int l) const { return phase_row_of(s, l); }
 
-int BranchBlock::tap_row(int l) const {
-    if (const int p = phase_row(l)) return s.phs.NOPHS(p);
-    const int type = s.branch.LTYPE(l);
-    return type == 1 || type == 3 ? s.branch.LITRF(l) : 0;
-}
+int BranchBlock::tap_row(int l) const { return tap_row_of(s, l); }
 
 void BranchBlock::locate(BranchEdit& e) {
     const BranchCard& c = e.card;
@@ -136,36 +181,11 @@ void BranchBlock::locate_old(BranchEdit& e) {
 
 BranchCard BranchBlock::stored(const BranchEdit& e) const {
     if (e.removes()) return {};
-    const BranchTables& b = s.branch;
-    const int l = e.row;
-    BranchCard c{};
-    c.from = e.card.from;
-    c.to = e.card.to;
-    c.circuit = b.NCIR(l);
-    c.from_state = letter(reversed_ ? b.STLINP(l) : b.STLIND(l));
-    c.to_state = letter(reversed_ ? b.STLIND(l) : b.STLINP(l));
-    c.state = letter(b.STLIN(l));
-    c.owner = b.OWNER(l) != reversed_ ? 'F' : 'T';
-    double t = 1;
-    if (const int n = tap_row(l)) {
-        t = s.tap.TAP(n);
-        c.tap = as_typed(1 / t);
-        c.tpmin = s.tap.TPMIN(n);
-        c.tpmax = s.tap.TPMAX(n);
-        if (const int k = s.tap.KBUS(n); k != 0 && c.tpmin < c.tpmax)
-            c.controlled = k < 0 ? -s.bus.NOINT(-k) : s.bus.NOINT(k);
-        c.positions = s.tap.NTSTP(n);
-    }
-    // z = 1/y, and y/t is what the store holds
-    const double g = b.GKM(l), y = b.BKM(l), z = 100 * t / (g * g + y * y);
-    c.r = as_typed(g * z);
-    c.x = as_typed(-y * z);
-    c.charging = 2 * b.BC(l);
-    if (const int p = phase_row(l)) c.phase = s.phs.PHS(p);
-    c.normal = shown_rating(b.CAPAC(l));
-    c.emergency = shown_rating(b.CAPAE(l));
-    c.equipment = shown_rating(b.CAPAQ(l));
-    show_aggregators(s, b.IAGRCIR(l), c.aggregators);
+    BranchCard c = branch_card(run, e.row);
+    if (!reversed_) return c;
+    std::swap(c.from, c.to);
+    std::swap(c.from_state, c.to_state);
+    c.owner = c.owner == 'F' ? 'T' : 'F';
     return c;
 }
 
@@ -256,6 +276,28 @@ void BranchBlock::write_phase(const BranchEdit& e, int l) {
     reset_row(s.phs, p);
     s.phs.NOPHS(p) = n;
     s.phs.PHS(p) = e.card.phase;
+}
+
+namespace {
+
+CardPrinter<BranchCard> branch_printer(Run& run) {
+    return {run, "INPLIN", DLIN, {&BranchCard::circuit, &BranchCard::normal}};
+}
+
+}  // namespace
+
+CardForm branch_cards(Run& run) {
+    return [printer = branch_printer(run)](Run& r, int l) { printer.show(r, branch_card(r, l)); };
+}
+
+ListForm branch_lists(Run& run) {
+    return [printer = branch_printer(run)](Run& r, int l, std::string& text) {
+        constexpr int OPERATION = 8;
+        BranchCard c = branch_card(r, l);
+        for (double BranchCard::*const field : {&BranchCard::r, &BranchCard::x, &BranchCard::tap})
+            c.*field = few_digits(c.*field);
+        printer.list(text, c, OPERATION);
+    };
 }
 
 void INPLIN(Run& run) {

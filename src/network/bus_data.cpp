@@ -1,54 +1,13 @@
 // DBAR: buses, and the generation, load, shunt and groups on the bus card. The end card is in bus_data_end.cpp.
-#include "frame/card_block.hpp"
 #include "network/aggregator_fields.hpp"
 #include "network/bus_block.hpp"
+#include "network/bus_card.hpp"
 #include "network/network.hpp"
 #include "network/set_points.hpp"
 
 namespace korvane {
 
 namespace {
-
-struct BusCard {
-    int number;
-    char state;
-    int type;
-    Text<2> base_group;
-    Text<12> name;
-    Text<2> limit_group;
-    double volt, angle;             // pu, rad
-    double pgen, qgen, qmin, qmax;  // pu; on type 3 qgen is the scheduled reactive generation
-    int control;                    // external number of the controlled bus
-    double pload, qload, shunt;     // pu
-    int area;                       // external number
-    double fvolt;                   // pu
-    int midpoint;
-    Parts aggregator;  // identifiers
-};
-
-constexpr Field<BusCard> OWN_FIELDS[] = {
-    {1, 5, &BusCard::number, {.key = true}},
-    {7, 7, &BusCard::state, {.add = "L", .letters = Letters::upper}},
-    {8, 8, &BusCard::type, {.add = "0"}},
-    {9, 10, &BusCard::base_group, {.add = " 0", .letters = Letters::upper, .right = true}},
-    {11, 22, &BusCard::name},
-    {23, 24, &BusCard::limit_group, {.add = " 0", .letters = Letters::upper, .right = true}},
-    {25, 28, &BusCard::volt, {.add = "1.0"}},
-    {29, 32, &BusCard::angle, {.add = "0.", .unit = Scale::degrees}},
-    {33, 37, &BusCard::pgen, {.add = "0.", .unit = Scale::power}},
-    {38, 42, &BusCard::qgen, {.add = "0.", .unit = Scale::power}},
-    {43, 47, &BusCard::qmin, {.add = "0.", .unit = Scale::power, .tiny_is_zero = true}},
-    {48, 52, &BusCard::qmax, {.add = "0.", .unit = Scale::power, .tiny_is_zero = true}},
-    {53, 58, &BusCard::control},
-    {59, 63, &BusCard::pload, {.add = "0.", .unit = Scale::power}},
-    {64, 68, &BusCard::qload, {.add = "0.", .unit = Scale::power}},
-    {69, 73, &BusCard::shunt, {.add = "0.", .unit = Scale::power}},
-    {74, 76, &BusCard::area, {.add = "1"}},
-    {77, 80, &BusCard::fvolt, {.add = "1.0"}},
-    {81, 81, &BusCard::midpoint, {.add = "0"}},
-};
-constexpr auto DBAR = with_aggregators(OWN_FIELDS, &BusCard::aggregator, 82, {});
-static_assert(well_formed(DBAR));
 
 using BusEdit = Edit<BusCard>;
 
@@ -85,35 +44,7 @@ void locate(Run& run, BusEdit& e) {
     }
 }
 
-BusCard stored(Run& run, const BusEdit& e) {
-    Store& s = run.store;
-    const BusTables& b = s.bus;
-    const int k = e.row, g = s.map.NGADR(k), h = s.map.NSADR(k), r = control_row(s, k);
-    BusCard c{};
-    c.number = b.NOINT(k);
-    c.state = b.STBUS(k) ? 'L' : 'D';
-    c.type = std::abs(IBTYP(b.NTYPE(k)));
-    c.base_group = s.gbt.GBTEN(b.NOGBT(k));
-    c.name = b.BNAME(k);
-    c.limit_group = s.glt.GLTEN(b.NOGLT(k));
-    c.volt = b.VOLT(k);
-    c.angle = b.ANGLE(k);
-    if (g) {
-        c.pgen = s.gen.PGEN(g);
-        c.qgen = c.type == 3 ? s.gen.VGEN(g) : s.gen.QGEN(g);
-        c.qmin = s.gen.QMNO(g);
-        c.qmax = s.gen.QMXO(g);
-    }
-    c.control = r ? s.rcb.IRCB(r).at : c.number;
-    c.pload = b.PLOAD(k);
-    c.qload = b.QLOAD(k);
-    c.shunt = h ? s.sht.SHUNT(h) : 0.0;
-    c.area = s.area.NAINT(b.IAREA(k));
-    c.fvolt = b.FVOLT(k);
-    c.midpoint = b.IBMIDPOINT(k);
-    show_aggregators(s, b.IAGRBAR(k), c.aggregator);
-    return c;
-}
+BusCard stored(Run& run, const BusEdit& e) { return bus_card(run, e.row); }
 
 // Groups, area and voltages.
 void check_place(Run& run, BusEdit& e, const BusBlock& block) {

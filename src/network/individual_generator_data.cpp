@@ -1,5 +1,5 @@
 // DGEI: individual generators.
-#include "frame/card_block.hpp"
+#include "network/card_forms.hpp"
 #include "network/individual_generators.hpp"
 #include "network/machine_capability.hpp"
 #include "network/network.hpp"
@@ -244,6 +244,29 @@ void UnitBlock::finish() {
 }
 
 }  // namespace
+
+CardForm individual_generator_cards(Run& run) { return card_form<UnitCard>(run, "INPGEI", DGEI, card_of); }
+
+CardForm generator_unit_cards(Run& run) {
+    return [printer = CardPrinter<UnitCard>(run, "INPGEI", DGEI)](Run& r, int g) {
+        const GeneratorTables& t = r.store.gen;
+        UnitCard c{};
+        c.bus = r.store.bus.NOINT(t.NOGEN(g));
+        c.share = 'S';  // what the bus generates is on its own card
+        c.number = 1;
+        c.state = 'L';
+        c.units = c.in_operation = c.least = 1;
+        c.qgen = t.QGEN(g);
+        c.qmin = t.QMNO(g);
+        c.qmax = t.QMXO(g);
+        c.power_factor = 1;
+        c.snomi = t.XQ(g) < 0 ? 9999 * r.cte.RBASE : t.SNOMI(g);
+        c.turbine = std::max(t.PMAX(g), 0.0);
+        c.pmin = std::max(t.PMIN(g), 0.0);
+        c.reserve = std::clamp(t.ESTRP(g), 0.0, 1.0);
+        printer.show(r, c);
+    };
+}
 
 void INPGEI(Run& run) {
     run.store.sol.CONVSTAT = 0;

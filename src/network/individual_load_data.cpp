@@ -1,5 +1,7 @@
 // DCAI: individual loads, each with its own model.
-#include "frame/card_block.hpp"
+#include <bitset>
+
+#include "network/card_forms.hpp"
 #include "network/network.hpp"
 #include "network/shown_value.hpp"
 #include "network/unit_rows.hpp"
@@ -39,6 +41,7 @@ constexpr Field<LoadCard> DCAI[] = {
 static_assert(well_formed(DCAI));
 
 constexpr int LIMIT_COLUMNS = 5;
+constexpr int MXNUMBER = 99;  // of a load on its bus, as its columns have room
 
 /// Row i of the individual loads as a card.
 LoadCard card_of(const Run& run, int i) {
@@ -149,6 +152,32 @@ void LoadBlock::finish() {
 }
 
 }  // namespace
+
+CardForm individual_load_cards(Run& run) { return card_form<LoadCard>(run, "INPCAI", DCAI, card_of); }
+
+CardForm bus_load_cards(Run& run) {
+    const Store& s = run.store;
+    std::vector<int> model(std::size_t(s.bus.NB) + 1);
+    for (int n : rows(s.fld.NFLD)) model[std::size_t(s.fld.NOFLD(n))] = n;
+    std::vector<std::bitset<MXNUMBER + 1>> taken(std::size_t(s.bus.NB) + 1);
+    for (int i : rows(s.cai.NCAI))
+        if (s.cai.IDEGC(i) <= MXNUMBER) taken[std::size_t(s.cai.NOCAI(i))].set(std::size_t(s.cai.IDEGC(i)));
+    return [=, printer = CardPrinter<LoadCard>(run, "INPCAI", DCAI)](Run& r, int k) {
+        const BusTables& b = r.store.bus;
+        const LoadModelTables& t = r.store.fld;
+        int number = 1;
+        while (number < MXNUMBER && taken[std::size_t(k)][std::size_t(number)]) ++number;
+        LoadCard c{b.NOINT(k), number, 'L', 1, 1, b.PLOAD(k), b.QLOAD(k), 0, 0, 0, 0, r.cte.VFLD, b.FVOLT(k)};
+        if (const int n = model[std::size_t(k)]) {
+            c.ipvla = t.IPFLA(n);
+            c.ipvqb = t.IPFLB(n);
+            c.iqvlc = t.IQFLA(n);
+            c.iqvqd = t.IQFLB(n);
+            c.vminz = t.VMINZ(n);
+        }
+        printer.show(r, c);
+    };
+}
 
 void INPCAI(Run& run) {
     run.store.sol.CONVSTAT = 0;

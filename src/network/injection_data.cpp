@@ -1,5 +1,5 @@
 // DINJ: equivalent injections at buses.
-#include "frame/card_block.hpp"
+#include "network/card_forms.hpp"
 #include "network/drop_row.hpp"
 #include "network/network.hpp"
 
@@ -89,6 +89,8 @@ void InjectionBlock::apply(const InjectionEdit& e) {
 }
 
 }  // namespace
+
+CardForm injection_cards(Run& run) { return card_form<InjectionCard>(run, "INPINJ", DINJ, card_of); }
 
 void INPINJ(Run& run) {
     InjectionBlock block(run);

@@ -3,7 +3,7 @@
 #include "network/drop_row.hpp"
 #include "network/service_order.hpp"
 
-#include "frame/card_block.hpp"
+#include "network/card_forms.hpp"
 
 namespace korvane {
 
@@ -23,8 +23,8 @@ constexpr Field<LineShuntCard> DSHL[] = {
     {1, 5, &C::from, {.key = true}},
     {10, 14, &C::to, {.key = true}},
     {15, 16, &C::circuit, {.key = true}},
-    {18, 23, &C::shunt_from, {.unit = Scale::power}},
-    {24, 29, &C::shunt_to, {.unit = Scale::power}},
+    {18, 23, &C::shunt_from, {.unit = Scale::power, .zero_is_none = true}},
+    {24, 29, &C::shunt_to, {.unit = Scale::power, .zero_is_none = true}},
     {31, 32, &C::state_from, {.letters = Letters::upper, .right = true, .key = true}},
     {34, 35, &C::state_to, {.letters = Letters::upper, .right = true, .key = true}},
 };
@@ -165,6 +165,8 @@ void LineShuntBlock::finish() {
 }
 
 }  // namespace
+
+CardForm line_shunt_cards(Run& run) { return card_form<LineShuntCard>(run, "INPSHL", DSHL, card_of); }
 
 void INPSHL(Run& run) {
     run.store.sol.CONVSTAT = 0;

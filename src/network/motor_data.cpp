@@ -1,7 +1,7 @@
 // DMOT: induction motors.
 #include <cmath>
 
-#include "frame/card_block.hpp"
+#include "network/card_forms.hpp"
 #include "network/motor.hpp"
 #include "network/network.hpp"
 #include "network/unit_rows.hpp"
@@ -297,6 +297,8 @@ void MotorBlock::finish() {
 }
 
 }  // namespace
+
+CardForm motor_cards(Run& run) { return card_form<MotorCard>(run, "INPMOT", DMOT, card_of); }
 
 void INPMOT(Run& run) {
     run.store.sol.CONVSTAT = 0;
