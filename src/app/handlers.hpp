@@ -8,6 +8,9 @@ namespace korvane {
 /// (ZMIN), and with IMPR the report of the constants.
 void constants_block(Run& run);
 
+/// DANC: a change of load, by area or with ACLS by selection; with BPAR or BPSI it is shared out between generators.
+void load_change(Run& run);
+
 /// EXLF: solves the network; after an answer without errors KNTRL 16 is true and the reports of the line are printed.
 /// A network that diverges is an answer; one that cannot be solved at all is an error, and INTERR decides.
 void solve_power_flow(Run& run);

@@ -2,6 +2,7 @@
 #include "network/branch_data.hpp"
 
 #include "frame/decimal.hpp"
+#include "network/aggregator_fields.hpp"
 #include "network/card_forms.hpp"
 #include "network/set_points.hpp"
 
@@ -9,7 +10,7 @@ namespace korvane {
 
 namespace {
 
-constexpr Field<BranchCard> DLIN[] = {
+constexpr Field<BranchCard> OWN_FIELDS[] = {
     {1, 5, &BranchCard::from, {.key = true}},
     {6, 6, &BranchCard::from_state, {.add = "L", .letters = Letters::upper}},
     {10, 10, &BranchCard::to_state, {.add = "L", .letters = Letters::upper}},
@@ -29,20 +30,9 @@ constexpr Field<BranchCard> DLIN[] = {
     {69, 72, &BranchCard::emergency},
     {73, 74, &BranchCard::positions, {.zero_is_none = true}},
     {75, 78, &BranchCard::equipment},
-    {79, 81, &BranchCard::aggregators, {.zero_is_none = true, .part = 1}},
-    {82, 84, &BranchCard::aggregators, {.zero_is_none = true, .part = 2}},
-    {85, 87, &BranchCard::aggregators, {.zero_is_none = true, .part = 3}},
-    {88, 90, &BranchCard::aggregators, {.zero_is_none = true, .part = 4}},
-    {91, 93, &BranchCard::aggregators, {.zero_is_none = true, .part = 5}},
-    {94, 96, &BranchCard::aggregators, {.zero_is_none = true, .part = 6}},
-    {97, 99, &BranchCard::aggregators, {.zero_is_none = true, .part = 7}},
-    {100, 102, &BranchCard::aggregators, {.zero_is_none = true, .part = 8}},
-    {103, 105, &BranchCard::aggregators, {.zero_is_none = true, .part = 9}},
-    {106, 108, &BranchCard::aggregators, {.zero_is_none = true, .part = 10}},
 };
+constexpr auto DLIN = with_aggregators(OWN_FIELDS, &BranchCard::aggregators, 79, {.zero_is_none = true});
 static_assert(well_formed(DLIN));
-
-constexpr int MXCIR = 99;  // highest circuit of a pair of buses
 
 /// The number to twelve digits, which is as many as come back from the store whatever they were.
 double few_digits(double v) {
@@ -62,9 +52,6 @@ double as_typed(double v) {
 }
 
 char letter(bool live) { return live ? 'L' : 'D'; }
-
-double rating(double mva) { return mva >= NO_RATING ? INFINITE_RATING : mva; }
-double shown_rating(double mva) { return mva >= NO_RATING ? NO_RATING : mva; }
 
 int phase_row_of(const Store& s, int l) {
     const int type = s.branch.LTYPE(l);
@@ -108,12 +95,33 @@ BranchCard branch_card(const Run& run, int l) {
     c.normal = shown_rating(b.CAPAC(l));
     c.emergency = shown_rating(b.CAPAE(l));
     c.equipment = shown_rating(b.CAPAQ(l));
-    for (int k : rows(MXAGR))
-        if (const int row = b.IAGRCIR(l)(k)) c.aggregators[std::size_t(k - 1)] = s.agr.NIDGAG(k)(row);
+    show_aggregators(s, b.IAGRCIR(l), c.aggregators);
     return c;
 }
 
 }  // namespace
+
+int add_branch(Store& s, int from, int to, int circuit) {
+    BranchTables& b = s.branch;
+    const int l = add_row(b);
+    b.NFROM(l) = from;
+    b.NTO(l) = to;
+    b.NCIR(l) = circuit;
+    auto base = [&](int k) { return s.bus.NOGBT(k) ? s.gbt.BASET(s.bus.NOGBT(k)) : 1.0; };
+    b.VFXENRG(l) = upper_limit(base(from)).value_or(1.1);
+    b.VTXENRG(l) = upper_limit(base(to)).value_or(1.1);
+    return l;
+}
+
+void set_ratings(BranchTables& b, int l, double normal, double emergency, double equipment) {
+    auto rating = [](double mva) { return mva >= NO_RATING ? INFINITE_RATING : mva; };
+    b.CAPAC(l) = rating(normal);
+    b.CAPAE(l) = rating(emergency);
+    b.CAPAQ(l) = rating(equipment);
+    b.KAPAC(l) = int(std::lround(b.CAPAC(l)));
+    b.KAPAE(l) = int(std::lround(b.CAPAE(l)));
+    b.KAPAQ(l) = int(std::lround(b.CAPAQ(l)));
+}
 
 BranchBlock::BranchBlock(Run& of) : run(of), s(of.store), finder_(of.store), set_point_(set_points(of.store)) {
     remote_control_.assign(std::size_t(s.bus.NB) + 1, false);
@@ -193,30 +201,15 @@ void BranchBlock::apply(BranchEdit& e) {
         return;
     }
     if (e.adds()) {
-        add_row(b);
-        b.NFROM(l) = from_;
-        b.NTO(l) = to_;
-        b.NCIR(l) = c.circuit;
-        auto base = [&](int k) { return s.bus.NOGBT(k) ? s.gbt.BASET(s.bus.NOGBT(k)) : 1.0; };
-        b.VFXENRG(l) = upper_limit(base(from_)).value_or(1.1);
-        b.VTXENRG(l) = upper_limit(base(to_)).value_or(1.1);
+        add_branch(s, from_, to_, c.circuit);
         finder_.insert(l);
     }
     b.STLIN(l) = c.state == 'L';
     (reversed_ ? b.STLINP : b.STLIND)(l) = c.from_state == 'L';
     (reversed_ ? b.STLIND : b.STLINP)(l) = c.to_state == 'L';
     b.OWNER(l) = (c.owner == 'F') != reversed_;
-    b.CAPAC(l) = rating(c.normal);
-    b.CAPAE(l) = rating(c.emergency);
-    b.CAPAQ(l) = rating(c.equipment);
-    b.KAPAC(l) = int(std::lround(b.CAPAC(l)));
-    b.KAPAE(l) = int(std::lround(b.CAPAE(l)));
-    b.KAPAQ(l) = int(std::lround(b.CAPAQ(l)));
-    for (int k : rows(MXAGR))
-        if (e.adds() || e.given(&BranchCard::aggregators, k)) {
-            const int id = c.aggregators[std::size_t(k - 1)];
-            b.IAGRCIR(l)(k) = std::uint8_t(id ? s.agr.row(k, id) : 0);
-        }
+    set_ratings(b, l, c.normal, c.emergency, c.equipment);
+    take_aggregators(s, e, &BranchCard::aggregators, b.IAGRCIR(l));
     b.BC(l) = 0.5 * c.charging;
 
     // What the card leaves blank stays as it is to the last bit, so the admittance is worked out only when asked for.
@@ -256,6 +249,7 @@ void BranchBlock::write_tap(const BranchEdit& e, int l) {
         t.VBUS(n) = set_point_[std::size_t(std::abs(controlled_))];
     }
     if (is_new) t.VBARRA(n) = t.VBUS(n);
+    if (tap_typed_) t.FATRF(n) = 1;  // a share in the control goes with the tap that it was given for
     t.NTSTP(n) = regulated_ ? c.positions : 0;
     // Where the control left the tap holds only while the tap is there.
     const bool at_limit = t.NTTAP(n) == 1   ? card_form(c.tap) == card_form(c.tpmax)

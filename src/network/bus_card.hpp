@@ -1,6 +1,7 @@
 // The card of DBAR, and how a bus becomes one. For network/bus_*.cpp only.
 #pragma once
 #include "frame/card_block.hpp"
+#include "network/aggregator_fields.hpp"
 #include "network/store.hpp"
 
 namespace korvane {
@@ -22,7 +23,7 @@ struct BusCard {
     Parts aggregator;  // identifiers
 };
 
-inline constexpr Field<BusCard> DBAR[] = {
+inline constexpr Field<BusCard> BUS_FIELDS[] = {
     {1, 5, &BusCard::number, {.key = true}},
     {7, 7, &BusCard::state, {.add = "L", .letters = Letters::upper}},
     {8, 8, &BusCard::type, {.add = "0"}},
@@ -42,17 +43,8 @@ inline constexpr Field<BusCard> DBAR[] = {
     {74, 76, &BusCard::area, {.add = "1"}},
     {77, 80, &BusCard::fvolt, {.add = "1.0"}},
     {81, 81, &BusCard::midpoint, {.add = "0"}},
-    {82, 84, &BusCard::aggregator, {.zero_is_none = true, .part = 1}},
-    {85, 87, &BusCard::aggregator, {.zero_is_none = true, .part = 2}},
-    {88, 90, &BusCard::aggregator, {.zero_is_none = true, .part = 3}},
-    {91, 93, &BusCard::aggregator, {.zero_is_none = true, .part = 4}},
-    {94, 96, &BusCard::aggregator, {.zero_is_none = true, .part = 5}},
-    {97, 99, &BusCard::aggregator, {.zero_is_none = true, .part = 6}},
-    {100, 102, &BusCard::aggregator, {.zero_is_none = true, .part = 7}},
-    {103, 105, &BusCard::aggregator, {.zero_is_none = true, .part = 8}},
-    {106, 108, &BusCard::aggregator, {.zero_is_none = true, .part = 9}},
-    {109, 111, &BusCard::aggregator, {.zero_is_none = true, .part = 10}},
 };
+inline constexpr auto DBAR = with_aggregators(BUS_FIELDS, &BusCard::aggregator, 82, {.zero_is_none = true});
 static_assert(well_formed(DBAR));
 
 /// Bus k as a card that changes it would have it. Wants the maps of buses to rows.

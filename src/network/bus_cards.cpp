@@ -31,8 +31,7 @@ BusCard bus_card(const Run& run, int k) {
     c.area = s.area.NAINT(b.IAREA(k));
     c.fvolt = b.FVOLT(k);
     c.midpoint = b.IBMIDPOINT(k);
-    for (int i : rows(MXAGR))
-        if (const int row = b.IAGRBAR(k)(i)) c.aggregator[std::size_t(i - 1)] = s.agr.NIDGAG(i)(row);
+    show_aggregators(s, b.IAGRBAR(k), c.aggregator);
     return c;
 }
 

@@ -1,4 +1,5 @@
 // DBAR: buses, and the generation, load, shunt and groups on the bus card. The end card is in bus_data_end.cpp.
+#include "network/aggregator_fields.hpp"
 #include "network/bus_block.hpp"
 #include "network/bus_card.hpp"
 #include "network/network.hpp"
@@ -110,15 +111,6 @@ void check_control(Run& run, BusEdit& e, const BusBlock& block) {
     bad(run, e, remote && controlled && block.compensator[std::size_t(controlled)], 420);
 }
 
-// Aggregators: messages 480 and 490 for the first, 20 more for each one after it.
-void check_aggregators(Run& run, BusEdit& e) {
-    for (int i : rows(MXAGR)) {
-        const int id = e.card.aggregator[std::size_t(i - 1)];
-        if (id == 0) continue;
-        if (!bad(run, e, id < 0, 480 + 20 * (i - 1))) bad(run, e, !run.store.agr.row(i, id), 490 + 20 * (i - 1));
-    }
-}
-
 void check(Run& run, BusEdit& e, const BusBlock& block) {
     const Store& s = run.store;
     BusCard& c = e.card;
@@ -133,7 +125,7 @@ void check(Run& run, BusEdit& e, const BusBlock& block) {
         check_control(run, e, block);
         bad(run, e, c.state != 'L' && c.state != 'D', 430);
         bad(run, e, c.midpoint < 0 || c.midpoint > 2, 460);
-        check_aggregators(run, e);
+        check_aggregators(run, e, &BusCard::aggregator, 480);
     }
     if (e.adds()) return;
     const int area = s.bus.IAREA(e.row);
@@ -286,10 +278,7 @@ void apply(Run& run, BusEdit& e, BusBlock& block) {
     b.QLOAD(k) = c.qload;
     b.FVOLT(k) = c.fvolt;
     b.IBMIDPOINT(k) = c.midpoint;
-    for (int i : rows(MXAGR)) {
-        const int id = c.aggregator[std::size_t(i - 1)];
-        b.IAGRBAR(k)(i) = id ? std::uint8_t(s.agr.row(i, id)) : std::uint8_t(0);
-    }
+    take_aggregators(s, e, &BusCard::aggregator, b.IAGRBAR(k));
     apply_area(s, block, e);
     apply_generator(run, block, e);
     b.NTYPE(k) = bus_type(s, e);

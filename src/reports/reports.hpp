@@ -40,6 +40,7 @@ void SELBAR(Run& run, std::string_view report, std::vector<int>& list);
 class BusElements {
 public:
     struct Sums {
+        double p_load = 0, q_load = 0;    // of the bus under its model and of its individual loads, pu
         int injection = 0;                // row of its equivalent injection, 0 for none
         double bank = 0;                  // bank units switched in, pu at 1 pu of voltage
         double compensator = 0;           // reactive generation of its static compensators, pu
