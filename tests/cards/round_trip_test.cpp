@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "support/fixture.hpp"
-#include "support/random_deck.hpp"
 #include "support/reference.hpp"
 #include "support/store_tools.hpp"
 
@@ -22,16 +21,6 @@ struct Written {
     }
     Store& store() { return session.run.store; }
 };
-
-/// Rows of aggregators depend on the order in which groups came, so elements name their groups by identifier instead.
-void name_groups_by_identifier(Store& s) {
-    auto name = [&](AggregatorRows& of) {
-        for (int k : rows(MXAGR))
-            if (of(k)) of(k) = std::uint8_t(s.agr.NIDGAG(k)(of(k)) % 251 + 1);
-    };
-    for (int k : rows(s.bus.NB)) name(s.bus.IAGRBAR(k));
-    for (int l : rows(s.branch.NL)) name(s.branch.IAGRCIR(l));
-}
 
 /// What differs between two stores, row order aside; nothing when they hold the same case.
 std::string difference(Written& a, Written& b) {
@@ -56,16 +45,6 @@ void expect_round_trip(const std::string& blocks, const std::string& options = "
     EXPECT_EQ(second.deck, first.deck);
     EXPECT_EQ(difference(first, second), "") << first.deck;
 }
-
-class RandomDeck : public ::testing::TestWithParam<unsigned> {};
-
-TEST_P(RandomDeck, ReadsBackToTheSameStore) { expect_round_trip(random_deck(GetParam())); }
-
-TEST_P(RandomDeck, AsFreeLists) { expect_round_trip(random_deck(GetParam()), "FLIV"); }
-
-TEST_P(RandomDeck, OfAllAreas) { expect_round_trip(random_deck(GetParam()), "AREA", "  1  5 77300\n"); }
-
-INSTANTIATE_TEST_SUITE_P(Seeds, RandomDeck, ::testing::Range(1u, 9u));
 
 TEST(RoundTrip, ReferenceNetworks) {
     for (const ReferenceCase& c : REFERENCE_CASES) {
