@@ -245,7 +245,7 @@ constexpr CodeRow NAMED[] = {
     {96, "EQVR", {k(16, 960)}, nullptr, nullptr, own<96>},
     {97, "DSCA", {k(1, 970)}, INPSCA, counted<97, &Store::sca>},
     {98, "EXRA", {k(1, 980)}, nullptr, own<98>},
-    {99, "DBSH", {k(1, 990)}, nullptr, counted<99, &Store::bsh>},
+    {99, "DBSH", {k(1, 990)}, INPBSH, counted<99, &Store::bsh>},
     {100, "DCAI", {k(1, 1000)}, INPCAI, counted<100, &Store::cai>},
     {101, "DAEB", {k(1, 1010)}, nullptr, own<101>},
     {102, "DGEI", {k(1, 1020)}, INPGEI, counted<102, &Store::gei>},

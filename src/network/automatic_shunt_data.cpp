@@ -93,6 +93,7 @@ private:
     Store& s;
     AutomaticShuntTables& t;
     std::vector<int> shunt_;                     // by bus position: its automatic shunt
+    std::vector<char> of_bank_;                  // by automatic shunt: a bank stands behind it
     std::vector<Controls> controls_;             // by bus position
     int number_ = 0, bus_ = 0, controlled_ = 0;  // of the present card: bus number, positions
 };
@@ -102,9 +103,11 @@ ShuntBlock::ShuntBlock(Run& of)
       s(of.store),
       t(s.sca),
       shunt_(std::size_t(s.bus.NB) + 1, 0),
+      of_bank_(std::size_t(t.NSCA) + 1, false),
       controls_(std::size_t(s.bus.NB) + 1, Controls{}) {
     map_bus_rows(s);
     for (int i : rows(t.NSCA)) shunt_[std::size_t(t.NBUSSCA(i))] = i;
+    for (int b : rows(s.bsh.NBSH)) of_bank_[std::size_t(s.bsh.IPSCA(b))] = true;
     for (int n : rows(s.tap.NTAP)) {
         const int type = s.branch.LTYPE(s.tap.NOTAP(n));
         if (type == 3 || type == 4) controls_[std::size_t(std::abs(s.tap.KBUS(n)))].tap = true;
@@ -119,8 +122,8 @@ void ShuntBlock::locate(ShuntEdit& e) {
     bus_ = bus_of(s, number_);
     if (say(bus_ == 0, 120)) return;
     e.row = shunt_[std::size_t(bus_)];
-    if (!e.adds())
-        say(e.row == 0, 200);
+    if (e.removes())
+        say(e.row == 0, 200) || say(e.row < int(of_bank_.size()) && of_bank_[std::size_t(e.row)], 260);
     else if (!say(e.row != 0, 180) && !say(t.NSCA >= MXSCA, 240))
         e.row = t.NSCA + 1;
 }
@@ -128,8 +131,8 @@ void ShuntBlock::locate(ShuntEdit& e) {
 void ShuntBlock::check_band(ShuntEdit& e) {
     const ShuntCard& c = e.card;
     const int group = s.bus.NOGLT(bus_);
-    e.supply(&C::vmin, group ? s.glt.VMIN(group) : double(0.8f));
-    e.supply(&C::vmax, group ? s.glt.VMAX(group) : double(1.2f));
+    e.supply(&C::vmin, band_voltage(group ? s.glt.VMIN(group) : 0.8));
+    e.supply(&C::vmax, band_voltage(group ? s.glt.VMAX(group) : 1.2));
     say(c.vmin < run.cte.VDVN, 140);
     say(c.vmax > run.cte.VDVM, 150);
     say(c.vmin > c.vmax, 210);

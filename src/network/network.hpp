@@ -47,7 +47,8 @@ void INPREL(Run& run);  ///< DREL: selection for reports; returns 1 when it is n
 void INPBRE(Run& run);  ///< DBRE: areas out of the reports. Messages 100 to 130.
 void INPCMT(Run& run);  ///< DCMT: the comment of the case. Messages 130, 140, -900.
 
-void INPSCA(Run& run);  ///< DSCA: automatic shunts. Messages 100 to 250, -900 to -930.
+void INPSCA(Run& run);  ///< DSCA: automatic shunts. Messages 100 to 260, -900 to -930.
+void INPBSH(Run& run);  ///< DBSH: shunt banks, groups and their rows. Messages 100 to 440, -900 to -930.
 void INPCER(Run& run);  ///< DCER: static compensators. Messages 100 to 310, -400.
 void INPCSC(Run& run);  ///< DCSC: controllable series devices. Messages 100 to 480, 610 to 800, -435, -436, -900, -910.
 void INPILH(Run& run);  ///< DFRQ: islands that hold their frequency. Messages 100 to 190, 250, 260.

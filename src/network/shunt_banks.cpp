@@ -46,12 +46,16 @@ static void add_stages(Store& s, int n, int b, bool capacitors) {
     }
 }
 
+void drop_bank_shunts(Store& s) {
+    for (int b : rows(s.bsh.NBSH))
+        if (const int n = s.bsh.IPSCA(b)) s.sca.NBUSSCA(n) = 0;
+    close_up(s, s.sca, [&](int n) { return s.sca.NBUSSCA(n) != 0; });
+}
+
 bool make_bank_shunts(Store& s) {
     BankTables& group = s.bsh;
     AutomaticShuntTables& t = s.sca;
-    for (int b : rows(group.NBSH))
-        if (const int n = group.IPSCA(b)) t.NBUSSCA(n) = 0;
-    close_up(s, t, [&](int n) { return t.NBUSSCA(n) != 0; });
+    drop_bank_shunts(s);
     std::vector<int> shunt(std::size_t(s.bus.NB) + 1, 0);
     bool room = true;
     for (int b : rows(group.NBSH)) {
@@ -75,7 +79,8 @@ bool make_bank_shunts(Store& s) {
     }
     for (const bool capacitors : {true, false})
         for (int b : rows(group.NBSH))
-            if (const int n = group.IPSCA(b)) add_stages(s, n, b, capacitors);
+            if (const int n = group.IPSCA(b), l = group.IDCIR(b); n && (l == 0 || s.branch.STLIN(l)))
+                add_stages(s, n, b, capacitors);
     for (int b : rows(group.NBSH))
         if (const int n = group.IPSCA(b)) t.BSCA(n) = t.VORISCA(n);
     return room;

@@ -1,5 +1,7 @@
 // Shunt banks: groups of rows of like units, and the automatic shunts that stand for groups under control.
 #pragma once
+#include <cmath>
+
 #include "network/store.hpp"
 
 namespace korvane {
@@ -21,11 +23,18 @@ constexpr int control_mode(char letter) {
 }
 constexpr char mode_letter(int mode) { return "FDC"[mode]; }
 
+/// A limit of a voltage group, pu, as the three decimals of a band on a card hold it.
+inline double band_voltage(double v) { return std::round(v * 1000) / 1000; }
+
 /// NUBSH and the chains of rows: IPBSH, LNKBS in ascending number, IPBRC, LNKRC the same with negative values first.
 void chain_bank_rows(Store& s);
 
+/// Automatic shunts that groups made leave, those of DSCA stay.
+void drop_bank_shunts(Store& s);
+
 /// One automatic shunt for every bus with groups under control: its stages are their rows in service, capacitors
-/// first. Those made before go; those of DSCA stay. Returns false when the table of automatic shunts is full.
+/// first; a group on a circuit out of service gives none. Those made before go; those of DSCA stay. Returns false when
+/// the table of automatic shunts is full.
 bool make_bank_shunts(Store& s);
 
 }  // namespace korvane
