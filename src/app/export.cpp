@@ -76,10 +76,11 @@ struct BranchRows {
 };
 
 /// Flow of a branch, 0 where a bus out of service keeps it dead.
-BranchFlow live_flow(const Store& s, int l) {
+BranchFlow live_flow(const Run& run, int l) {
+    const Store& s = run.store;
     const bool from = s.bus.STBUS(s.branch.NFROM(l)), to = s.bus.STBUS(s.branch.NTO(l));
     const bool open = !s.branch.STLIN(l);
-    if ((from || (open && !s.branch.STLIND(l))) && (to || (open && !s.branch.STLINP(l)))) return branch_flow(s, l);
+    if ((from || (open && !s.branch.STLIND(l))) && (to || (open && !s.branch.STLINP(l)))) return solved_flow(run, l);
     return {};
 }
 
@@ -158,7 +159,7 @@ std::string branches_csv(Run& run) {
     for (int l : rows(b.NL)) {
         const int from = b.NFROM(l), to = b.NTO(l);
         if (from == 0 || to == 0) continue;  // removed in a block that did not come to its end
-        const BranchFlow f = live_flow(s, l);
+        const BranchFlow f = live_flow(run, l);
         const int t = of.tap[std::size_t(l)], p = of.phase[std::size_t(l)];
         csv << s.bus.NOINT(from) << s.bus.NOINT(to) << b.NCIR(l) << b.LTYPE(l) << int(b.STLIN(l)) << f.pf * base
             << f.qf * base << f.pt * base << f.qt * base << loading(f, b.CAPAC(l), base)

@@ -5,35 +5,67 @@ namespace korvane {
 
 namespace {
 
-// Rows of block SOLVNW.
-constexpr int HEADING_FIRST = 1, HEADING_LAST = 4, ITERATION = 6, SWITCHED = 7, SINGULAR = 8;
-// Rows of block SOLVLF: an outcome code stands in its own row; the totals.
-constexpr int TOTALS_FIRST = 1, TOTALS_P = 2, TOTALS_Q = 3;
-constexpr int OUTCOME[] = {0, 14, 15, 16, 0, 14, 17, 0, 0, 14, 18, 19, 20, 34, 21};
-constexpr double FREQUENCY = 60;  // Hz, without regulators
+/// The block of a method, and its rows.
+struct Layout {
+    const char* name;
+    int switched;  // buses that switched
+    int across;    // of them in a line
+};
+constexpr Layout layout(Method m) { return m == Method::newton ? Layout{"SOLVNW", 7, 10} : Layout{"SOLVPQ", 8, 11}; }
+constexpr int HEADING_FIRST = 1, HEADING_LAST = 4;                                   // of either
+constexpr int ITERATION = 6, SINGULAR = 8;                                           // of SOLVNW
+constexpr int ACTIVE_HALF = 6, REACTIVE_HALF = 7;                                    // of SOLVPQ
+constexpr int TOTALS_FIRST = 1, TOTALS_P = 2, TOTALS_Q = 3;                          // of SOLVLF
+constexpr int ISLANDS = 4, ISLANDS_LAST = 5, ISLAND = 6;                             // of SOLVLF
+constexpr int STATE[] = {7, 8, 9, 11, 12, 13, 22};                                   // of SOLVLF: the text of a KONLF2
+constexpr int OUTCOME[] = {0, 14, 15, 16, 0, 14, 17, 0, 0, 14, 18, 19, 20, 34, 21};  // of SOLVLF, by outcome code
+constexpr double FREQUENCY = 60;                                                     // Hz, without regulators
 
 // Nothing is told of a solve inside another one.
 bool quiet(const Run& run) { return run.mat.state.resolve != 0; }
 
 void heading(Run& run, Page& page) { page.heading(HEADING_FIRST, HEADING_LAST, options_in_force(run)); }
 
+void report_island_totals(Run& run, Page& page) {
+    const Store& s = run.store;
+    const double base = run.cte.BASE;
+    page.line(ISLANDS);
+    page.line(ISLANDS_LAST);
+    for (int i : rows(s.ilh.count)) {
+        const IslandState& at = run.mat.island(i);
+        const int state = at.KONLF2 >= 0 && at.KONLF2 < int(std::size(STATE)) ? at.KONLF2 : 0;
+        if (!page.fits(1)) page.heading(ISLANDS, ISLANDS_LAST);
+        page.line(ISLAND, i, s.ilh.NBILHA2(i), run.fmt.rot(STATE[state]).text(), at.XMI2, at.residual.DP * base,
+                  at.NODEP2, at.residual.DQ * base, at.NODEQ2);
+    }
+}
+
 }  // namespace
 
 std::string options_in_force(const Run& run) {
-    constexpr Option SHOWN[] = {"NEWT"_opt, "LFDC"_opt, "FLAT"_opt, "STEP"_opt, "ILHA"_opt, "ASLK"_opt, "QLIM"_opt,
-                                "VLIM"_opt, "CREM"_opt, "CTAP"_opt, "CPHS"_opt, "CSCA"_opt, "CINT"_opt};
+    constexpr Option NEWTON[] = {"NEWT"_opt, "PART"_opt, "FJAC"_opt, "FLAT"_opt, "INDC"_opt, "IANG"_opt,
+                                 "STEP"_opt, "STPO"_opt, "ILHA"_opt, "CILH"_opt, "ASLK"_opt, "AARI"_opt};
+    constexpr Option LINEAR[] = {"LFDC"_opt, "PERD"_opt}, TABLES[] = {"PERC"_opt, "EMRG"_opt};
     std::string list;
-    for (const Option o : SHOWN)
-        if (run.opt[o]) {
-            if (!list.empty()) list += ' ';
-            list += OPTION(o.index);
-        }
+    auto show = [&](std::span<const Option> options) {
+        for (const Option o : options)
+            if (run.opt[o]) {
+                if (!list.empty()) list += ' ';
+                list += OPTION(o.index);
+            }
+    };
+    if (!run.opt["LFDC"_opt]) {
+        show(NEWTON);
+        return list;
+    }
+    show(LINEAR);
+    if (run.opt["TABE"_opt]) show(TABLES);
     return list;
 }
 
-void report_heading(Run& run) {
+void report_heading(Run& run, Method method) {
     if (quiet(run) || !run.opt["RCVG"_opt]) return;
-    LDFORM(run, "SOLVNW");
+    LDFORM(run, layout(method).name);
     Page page(run);
     page.force();
     heading(run, page);
@@ -43,39 +75,50 @@ void report_iteration(Run& run) {
     if (quiet(run)) return;
     const Solution& sol = run.store.sol;
     const double base = run.cte.BASE;
-    LDFORM(run, "SOLVNW");
+    LDFORM(run, layout(Method::newton).name);
     Page page(run);
     if (!page.fits(1)) heading(run, page);
     page.line(ITERATION, sol.NITP, FREQUENCY, sol.DPMAX * base, sol.NODEP, sol.DQMAX * base, sol.NODEQ, sol.XMI);
 }
 
-void report_switches(Run& run) {
+void report_half(Run& run, bool active) {
+    if (quiet(run)) return;
+    const Solution& sol = run.store.sol;
+    const double base = run.cte.BASE;
+    const auto fresh = [](const ScalarMatrix& a) { return a.state == FRESH ? "*" : " "; };
+    LDFORM(run, layout(Method::decoupled).name);
+    Page page(run);
+    if (!page.fits(1)) heading(run, page);
+    if (active)
+        page.line(ACTIVE_HALF, sol.NITP, fresh(run.mat.B1), sol.DPMAX * base, sol.NODEP);
+    else
+        page.line(REACTIVE_HALF, sol.NITQ, fresh(run.mat.B2), sol.DQMAX * base, sol.NODEQ);
+}
+
+void report_switches(Run& run, Method method) {
     SolverState& st = run.mat.state;
     const int n = st.nlimq;
     st.nlimq = 0;
     if (n == 0 || quiet(run) || !run.opt["RCVG"_opt] || run.opt["80CO"_opt]) return;
-    LDFORM(run, "SOLVNW");
+    const Layout rows = layout(method);
+    LDFORM(run, rows.name);
     Page page(run);
-    constexpr int ACROSS = 10;
-    for (int i = 0; i < n; i += ACROSS) {
-        std::array<Arg, std::size_t(2 * ACROSS)> values = {
-            Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0),
-            Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0), Arg(""), Arg(0)};
-        const int here = std::min(ACROSS, n - i);
-        for (int j = 0; j < here; ++j) {
-            const int entry = st.ILIMQ[std::size_t(i + j)];
-            values[std::size_t(2 * j)] = Arg(entry < 0 ? "C" : "B");
-            values[std::size_t(2 * j + 1)] = Arg(std::abs(entry));
+    for (int i = 0; i < n; i += rows.across) {
+        std::vector<Arg> values;
+        for (int j = i; j < std::min(n, i + rows.across); ++j) {
+            const int entry = st.ILIMQ[std::size_t(j)];
+            values.emplace_back(entry < 0 ? "C" : "B");
+            values.emplace_back(std::abs(entry));
         }
         if (!page.fits(1)) heading(run, page);
-        page.line(SWITCHED, std::span<const Arg>(values.data(), std::size_t(2 * here)));
+        page.line(rows.switched, std::span<const Arg>(values));
     }
 }
 
 void report_singular(Run& run, int k) {
     if (quiet(run)) return;
     MSGOUT(run);
-    LDFORM(run, "SOLVNW");
+    LDFORM(run, layout(Method::newton).name);
     Page page(run);
     if (!page.fits(2)) heading(run, page);
     page.line(SINGULAR, run.store.bus.NOINT(k), run.store.bus.BNAME(k));
@@ -92,6 +135,11 @@ void report_outcome(Run& run, int code) {
     if (code > 0 && code < int(std::size(OUTCOME)) && OUTCOME[code]) page.line(OUTCOME[code]);
     const double base = run.cte.BASE;
     page.line(TOTALS_FIRST, st.NITLF, st.sum_p, st.sum_q, st.sum_dc, sol.XMI, FREQUENCY);
+    if (run.opt["CILH"_opt]) {
+        report_island_totals(run, page);
+        PAGWAI(run);
+        return;
+    }
     page.line(TOTALS_P, sol.DPMAX * base, sol.NODEP);
     page.line(TOTALS_Q, sol.DQMAX * base, sol.NODEQ);
     PAGWAI(run);

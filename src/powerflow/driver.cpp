@@ -11,18 +11,18 @@ namespace {
 constexpr struct {
     Option option;
     int warning;
+    bool newton_only;  // the iterations beside Newton honour it
 } NOT_YET[] = {
-    {"LFDC"_opt, -950}, {"PART"_opt, -951}, {"FJAC"_opt, -952}, {"STPO"_opt, -953}, {"INDC"_opt, -954},
-    {"IANG"_opt, -955}, {"AARI"_opt, -956}, {"CILH"_opt, -957}, {"CINT"_opt, -958}, {"DPER"_opt, -959},
-    {"BPAR"_opt, -960}, {"BPSI"_opt, -961}, {"QLIM"_opt, -962}, {"VLIM"_opt, -963}, {"CREM"_opt, -964},
-    {"CTAP"_opt, -965}, {"CPHS"_opt, -966}, {"CSCA"_opt, -967}, {"CELO"_opt, -968}, {"FREQ"_opt, -969},
-    {"CPRI"_opt, -970}, {"TABE"_opt, -971}, {"PLTG"_opt, -972}, {"EJAC"_opt, -973}, {"CPER"_opt, -974},
-    {"PERD"_opt, -975},
+    {"CINT"_opt, -958, false}, {"DPER"_opt, -959, false}, {"BPAR"_opt, -960, false}, {"BPSI"_opt, -961, false},
+    {"QLIM"_opt, -962, false}, {"VLIM"_opt, -963, false}, {"CREM"_opt, -964, true},  {"CTAP"_opt, -965, true},
+    {"CPHS"_opt, -966, false}, {"CSCA"_opt, -967, false}, {"CELO"_opt, -968, false}, {"FREQ"_opt, -969, false},
+    {"CPRI"_opt, -970, false}, {"TABE"_opt, -971, false}, {"PLTG"_opt, -972, false}, {"CPER"_opt, -974, false},
 };
 
 void warn_of_options(Run& run) {
-    for (const auto& [option, warning] : NOT_YET)
-        if (run.opt[option]) MSGPUT(run, "PWFSOL", warning);
+    const bool newton = run.opt["NEWT"_opt] && !run.opt["FJAC"_opt] && !run.opt["LFDC"_opt];
+    for (const auto& [option, warning, newton_only] : NOT_YET)
+        if (run.opt[option] && (newton || !newton_only)) MSGPUT(run, "PWFSOL", warning);
 }
 
 // Every island takes the voltage 1 and the angle of its slack; generators their set points.
@@ -69,18 +69,66 @@ void check_interchange(Run& run) {
     if (std::abs(sum) > run.cte.TETP) MSGPUT(run, "PWFSOL", 100);
 }
 
+// INDC: angles by the linear model, as the start of the alternating-current solve. The model puts every slack at angle
+// 0; here each island keeps the angle of its slack. False when the linear model could not be solved.
+bool linear_start(Run& run) {
+    Store& s = run.store;
+    Options& opt = run.opt;
+    const bool report = opt["RCVG"_opt];
+    opt.clear("PERD"_opt);
+    opt.clear("RCVG"_opt);
+    auto& angle = run.mat.work.angle;
+    angle.fill(s.ilh.count, 0.0);
+    for (int i : rows(s.slk.NSLK))
+        if (const int j = s.slk.NGSLK(i)) {
+            const int k = s.gen.NOGEN(j);
+            angle(s.ilh.NOILHA2(k)) = s.bus.ANGLE(k);
+        }
+    if (MATRIZ(run))
+        solve_linear(run);
+    else
+        MSGPUT(run, "PWFSOL", 110);
+    opt.set("RCVG"_opt, report);
+    if (s.sol.CONVSTAT != 1) return false;
+    for (int k : rows(s.bus.NB)) s.bus.ANGLE(k) += angle(s.ilh.NOILHA2(k));
+    s.sol.CONVSTAT = s.sol.ITSOL = 0;
+    return true;
+}
+
 // The solution path of the options in force, on the compacted network.
-void solve(Run& run) {
+void solve(Run& run, bool from_linear) {
     const Store& s = run.store;
-    if (!OPTIMO(run, run.mat.plain, s.bus.NB, s.branch.NL)) {
+    forget_weak_pivots(run);
+    for (int i : rows(s.ilh.count)) run.mat.island(i) = UNSOLVED_ISLAND;
+    if (!OPTIMO(run, run.mat.plain, s.bus.NB, s.branch.NL))
         MSGPUT(run, "PWFSOL", 130);
-        return;
+    else if (run.opt["LFDC"_opt]) {
+        if (MATRIZ(run))
+            solve_linear(run);
+        else
+            MSGPUT(run, "PWFSOL", 110);
+    } else if (!from_linear || linear_start(run)) {
+        if (MATRIX(run))
+            SOLVLF(run);
+        else
+            MSGPUT(run, "PWFSOL", 120);
     }
-    if (!MATRIX(run)) {
-        MSGPUT(run, "PWFSOL", 120);
-        return;
-    }
-    SOLVLF(run);
+}
+
+// Devices that only the full Newton solution knows.
+void force_newton(Run& run) {
+    const Store& s = run.store;
+    if (s.cer.NCER + s.cai.NCAI + s.bsh.NBSH + s.sca.NSCA + s.gei.NGEI + s.mot.NMOT == 0) return;
+    run.opt.clear("FJAC"_opt);
+    run.opt.set("NEWT"_opt);
+    run.opt.clear("PART"_opt);
+}
+
+// ATCR: the voltage that remote control gave a generator bus is its set point from now on.
+void keep_remote_voltages(Store& s) {
+    for (int i : rows(s.rcb.NRCB))
+        if (const int j = s.rcb.ICB(i); j && std::abs(s.bus.NTYPE(s.gen.NOGEN(j))) >= 2)
+            s.gen.VGEN(j) = s.bus.VOLT(s.gen.NOGEN(j));
 }
 
 // Load models hold above VMINZ only.
@@ -100,46 +148,62 @@ void warn_of_low_load(Run& run) {
 void PWFSOL(Run& run) {
     Store& s = run.store;
     SolverState& st = run.mat.state;
-    const bool inner = st.analysis || st.resolve != 0;
-    const bool islands = run.opt["ILHA"_opt];
+    Options& opt = run.opt;
+    const bool inner = st.analysis || st.resolve != 0, without_islands = opt["ILHA"_opt], impr = opt["IMPR"_opt];
+    const bool from_linear = opt["NEWT"_opt] && opt["INDC"_opt] && !opt["LFDC"_opt] && s.sol.CONVSTAT != 1;
     if (!inner) warn_of_options(run);
     MSGOUT(run);
 
-    // What this build solves: alternating current by Newton. The options stand again as they were at the end.
-    const bool part = run.opt["PART"_opt], linear = run.opt["LFDC"_opt];
-    run.opt.set("NEWT"_opt);
-    run.opt.clear("PART"_opt);
-    run.opt.clear("LFDC"_opt);
-
+    if (opt["IANG"_opt]) start_angles(run);
+    if (opt["AARI"_opt]) AREILH(run);
     int removed = 0;
-    if (islands) {
+    if (without_islands) {
         STOOFF(run);
         removed = remove_islands(run);
         STOON(run);
     }
     STOOFF(run);
+    if (opt["NUNF"_opt]) s.gei.FLAGNOP.fill(s.gei.NGEI, false);
     s.sol.CONVSTAT = 0;
     s.sol.ITSOL = 0;
     run.pag.NLINE = run.pag.LPP;
-    const bool impr = run.opt["IMPR"_opt];
-    run.opt.set("IMPR"_opt);
+    opt.set("IMPR"_opt);
+    force_newton(run);
     bool sound = true;
-    if (islands)
+    if (without_islands)
         find_islands(run);
     else
         sound = PWFREF(run);
-    if (run.opt["FLAT"_opt]) flat_start(run);
+    if (opt["FLAT"_opt]) flat_start(run);
     check_interchange(run);
-    if (sound) solve(run);
+    if (sound) solve(run, from_linear);
     STOON(run);
-    run.opt.set("IMPR"_opt, impr);
+    opt.set("IMPR"_opt, impr);
 
-    run.opt.set("PART"_opt, part);
-    run.opt.set("LFDC"_opt, linear);
-    if (removed > 0) OUTDBC(run);
-    const bool converged = s.sol.CONVSTAT == 1;
-    if (converged && !inner) warn_of_low_load(run);
+    if (removed > 0) print_listed(run, "OUTDBC");
+    if (s.sol.CONVSTAT == 1 && !inner) {
+        warn_of_low_load(run);
+        if (opt["CREM"_opt] && opt["ATCR"_opt]) keep_remote_voltages(s);
+    }
     MSGOUT(run);
+}
+
+// The iteration of the options in force. False when its end has been told already.
+bool solve_network(Run& run) {
+    const Options& opt = run.opt;
+    Solution& sol = run.store.sol;
+    SolverState& st = run.mat.state;
+    int status = 0;
+    st.singular = false;
+    if (!opt["NEWT"_opt] || (opt["PART"_opt] && st.resolve == 0)) solve_decoupled(run);
+    if (opt["NEWT"_opt] && sol.CONVSTAT == 0) {
+        report_heading(run, Method::newton);
+        if (opt["FJAC"_opt])
+            BCSOLV(run);
+        else
+            SOLVNW(run, status);
+    }
+    return !st.singular && status == 0;
 }
 
 void SOLVLF(Run& run) {
@@ -149,13 +213,10 @@ void SOLVLF(Run& run) {
     sol.ITSOL = 0;
     sol.CONVSTAT = 0;
     refresh_angles(run);
-    report_heading(run);
-    int status = 0;
-    SOLVNW(run, status);
-    const int code = sol.CONVSTAT == 6 ? 3 : 8 + sol.CONVSTAT;
+    const bool told = !solve_network(run);
     st.sum_p += sol.NITP;
     st.sum_q += sol.NITQ;
-    if (!st.singular && status == 0) report_outcome(run, code);
+    if (!told) report_outcome(run, sol.CONVSTAT == 6 ? 3 : 8 + sol.CONVSTAT);
 }
 
 }  // namespace korvane

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "powerflow/load_models.hpp"
 #include "powerflow/solver.hpp"
 
 namespace korvane {
@@ -30,6 +31,7 @@ void enter(Run& run) {
         sol.CONVSTAT = 0;
         sol.XMI = 1;
         st.nlimq = 0;
+        for (int i : rows(run.store.ilh.count)) run.mat.island(i).KONLF2 = 0;
     }
 }
 
@@ -50,6 +52,7 @@ bool build_equations(Run& run) {
     st.NEQ = s.bus.NB;
     st.NBR = s.branch.NL;
     st.residual = {};
+    for (int i : rows(s.ilh.count)) run.mat.island(i).residual = {};
     refresh_angles(run);
     for (const Device& d : devices())
         if (d.build && !d.build(run)) return false;
@@ -132,26 +135,6 @@ void assemble_branches(Run& run) {
     }
 }
 
-// Power that stands at a bus whatever its voltage, beyond load and generation.
-void collect_injections(Run& run) {
-    const Store& s = run.store;
-    auto& injected = run.mat.work.injected;
-    injected.fill(s.bus.NB, Sides{0, 0});
-    for (int i : rows(s.eqv.NEQV)) {
-        Sides& at = injected(s.eqv.NOEQV(i));
-        at.DELTA += s.eqv.PMAT(i);
-        at.WORK += s.eqv.QMAT(i);
-    }
-}
-
-// The generator row of each bus.
-void map_generators(Run& run) {
-    const GeneratorTables& gen = run.store.gen;
-    auto& NOBGEN = run.mat.work.NOBGEN;
-    NOBGEN.fill(run.store.bus.NB, 0);
-    for (int j : rows(gen.NG)) NOBGEN(gen.NOGEN(j)) = j;
-}
-
 // Generation of row j. What a held voltage and a slack angle imply is read off the mismatch itself.
 void take_generation(GeneratorTables& gen, int j, int type, double v, Sides& side) {
     if (type > 0) {
@@ -165,18 +148,6 @@ void take_generation(GeneratorTables& gen, int j, int type, double v, Sides& sid
     } else
         side.DELTA += gen.PGEN(j) / v;
 }
-
-/// The largest mismatches met so far; the later bus wins a tie. A mismatch that is not a number stays, and is not
-/// converged.
-struct Worst {
-    double value = 0;
-    int bus = 0;
-    void meet(double mismatch, int k) {
-        if (mismatch >= value) value = mismatch, bus = k;
-        if (std::isnan(mismatch)) [[unlikely]]
-            value = mismatch, bus = k;
-    }
-};
 
 // Diagonal blocks and mismatches of the buses: load, shunt part, generation, and the sums of their branches, which are
 // also the derivatives by the angle. The largest mismatches go to the residuals.
@@ -197,7 +168,7 @@ void assemble_buses(Run& run) {
         }
         const double v = s.bus.VOLT(k), reciprocal = 1 / v;
         const Sides sum = m.work.sum(k), injected = m.work.injected(k);
-        const Power load = bus_load(s, k);
+        const Power load = nominal_load(s, k);
         const double pl = (load.p - injected.DELTA) * reciprocal, ql = (load.q - injected.WORK) * reciprocal;
         const double g = m.GDIAG(k) * v, b = m.BDIAG(k) * v;
         Sides side = {sum.DELTA - pl - g, sum.WORK - ql + b};
@@ -211,6 +182,74 @@ void assemble_buses(Run& run) {
     m.state.residual.DQ = reactive.value;
     s.sol.NODEP = active.bus ? s.bus.NOINT(active.bus) : 0;
     s.sol.NODEQ = reactive.bus ? s.bus.NOINT(reactive.bus) : 0;
+}
+
+// Slopes of the loads that depend on the voltage. Row dP/V has the load as -P/V, whose derivative by the logarithm of V
+// is P/V - dP/dV; the first part stands on the diagonal with all other power of the bus.
+void assemble_load_slopes(Run& run) {
+    const Store& s = run.store;
+    Matrices& m = run.mat;
+    const Pattern& p = pattern(run);
+    each_voltage_load(s, [&](int k, Power, Power slope) {
+        if (dead(s.bus.NTYPE(k))) return;
+        Block& d = m.diagonal[std::size_t(p.NORDER(k) - 1)];
+        d.N += slope.p;
+        d.L += slope.q;
+    });
+}
+
+// CILH: the largest mismatches of each island. What the islands that still run have stands for the network.
+void scan_islands(Run& run) {
+    const Store& s = run.store;
+    const Pattern& p = pattern(run);
+    Table<IslandState, MXILH>& island = run.mat.island;
+    for (int i : rows(s.ilh.count)) {
+        island(i).residual.DP = island(i).residual.DQ = 0;
+        island(i).NODEP2 = island(i).NODEQ2 = 0;
+    }
+    Worst active, reactive;
+    for (int k : rows(s.bus.NB)) {
+        if (dead(s.bus.NTYPE(k))) continue;
+        IslandState& at = island(s.ilh.NOILHA2(k));
+        const Sides& side = run.mat.side[std::size_t(p.NORDER(k) - 1)];
+        const double v = s.bus.VOLT(k), dp = std::abs(side.DELTA) * v, dq = std::abs(side.WORK) * v;
+        Worst worst_p{at.residual.DP, at.NODEP2}, worst_q{at.residual.DQ, at.NODEQ2};
+        worst_p.meet(dp, s.bus.NOINT(k));
+        worst_q.meet(dq, s.bus.NOINT(k));
+        at.residual.DP = worst_p.value, at.NODEP2 = worst_p.bus;
+        at.residual.DQ = worst_q.value, at.NODEQ2 = worst_q.bus;
+        if (at.failed()) continue;
+        active.meet(dp, s.bus.NOINT(k));
+        reactive.meet(dq, s.bus.NOINT(k));
+    }
+    for (int i : rows(s.ilh.count)) island(i).DQMAXIMO2 = island(i).residual.DQ;
+    run.mat.state.residual.DP = active.value;
+    run.mat.state.residual.DQ = reactive.value;
+    run.store.sol.NODEP = active.bus;
+    run.store.sol.NODEQ = reactive.bus;
+}
+
+// CILH: an island that ended without a solution stays as it is, whatever its numbers, and the others go on.
+void hold_failed_islands(Run& run) {
+    const Store& s = run.store;
+    Matrices& m = run.mat;
+    const Pattern& p = pattern(run);
+    auto failed = [&](int k) { return k <= s.bus.NB && m.island(s.ilh.NOILHA2(k)).failed(); };
+    bool any = false;
+    for (int i : rows(s.ilh.count)) any = any || m.island(i).failed();
+    if (!any) return;
+    for (int k : rows(s.bus.NB))
+        if (failed(k)) {
+            const auto r = std::size_t(p.NORDER(k) - 1);
+            m.side[r] = {0, 0};
+            m.diagonal[r] = {.H = HELD, .J = 0, .N = 0, .L = HELD};
+            m.work.held[r] = ANGLE_HELD | VOLTAGE_HELD;
+        }
+    for (int l : rows(m.state.NBR)) {
+        const Slot slot = p.slot[std::size_t(l - 1)];
+        if (!slot.none() && (failed(s.branch.NFROM(l)) || failed(s.branch.NTO(l))))
+            m.fat[std::size_t(slot.entry())] = {};
+    }
 }
 
 // Rows that the type of a generator bus takes out of play.
@@ -242,28 +281,52 @@ void apply_types(Run& run) {
 
 // --- convergence
 
-bool converged(const Run& run) {
-    const Residuals& r = run.mat.state.residual;
-    const Constants& c = run.cte;
+bool within(const Residuals& r, const Constants& c) {
     return r.DP <= c.TEPA && r.DQ <= c.TEPR && r.DV <= c.TLVC && r.DG <= c.TEPR && r.DF <= c.TEPR && r.DGER <= c.TEPR &&
            r.DU <= c.TUDC && r.DA <= c.TADC && r.DS <= c.TLVC && r.DM <= c.TEPA;
 }
 
+// CILH: every island by itself. True when all have ended; CONVSTAT is 3 when some of them did so without a solution.
+bool islands_converged(Run& run) {
+    bool all = true, failed = false;
+    for (int i : rows(run.store.ilh.count)) {
+        IslandState& island = run.mat.island(i);
+        if (island.failed())
+            failed = true;
+        else {
+            island.KONLF2 = within(island.residual, run.cte);
+            all = all && island.KONLF2 == 1;
+        }
+    }
+    if (all && failed) run.store.sol.CONVSTAT = 3;
+    return all;
+}
+
+// One island that still runs keeps the iteration going.
+void go_on_for_islands(Run& run) {
+    for (int i : rows(run.store.ilh.count))
+        if (run.mat.island(i).KONLF2 == 0) {
+            run.store.sol.CONVSTAT = 0;
+            return;
+        }
+}
+
+void reach_limit(Run& run) {
+    run.store.sol.CONVSTAT = 2;
+    if (!run.opt["CILH"_opt]) return;
+    for (int i : rows(run.store.ilh.count))
+        if (int& state = run.mat.island(i).KONLF2; state == 0) state = 2;
+}
+
 // --- factorisation
 
-// Says why the matrix could not be factored. An island without a slack is the usual reason.
-void explain_failure(Run& run, int status) {
+// Says why the matrix could not be factored: the pivot of bus k is none, or status tells of a limit. An island without
+// a slack is the usual reason.
+void explain_failure(Run& run, int status, int k, std::string_view routine) {
     SolverState& st = run.mat.state;
     Solution& sol = run.store.sol;
-    const Pattern& p = pattern(run);
-    if (status < 0 || status > p.N) {
-        MSGPUT(run, "SOLVNW", status < 0 ? 100 : 110);
-        sol.CONVSTAT = 3;
-        return;
-    }
-    const int k = p.bus[std::size_t(status - 1)];
-    if (k > run.store.bus.NB) {
-        MSGPUT(run, "SOLVNW", 130);
+    if (status < 0 || status > pattern(run).N || k > run.store.bus.NB) {
+        MSGPUT(run, routine, status < 0 ? 100 : status > pattern(run).N ? 110 : 130);
         sol.CONVSTAT = 3;
         return;
     }
@@ -272,11 +335,37 @@ void explain_failure(Run& run, int status) {
     report_singular(run, k);
 }
 
-bool factor(Run& run) {
+// The factorisation. Buses of weak pivots go to the end of the order, and the pass is assembled anew; what is weak even
+// there is refined. No equation at all for a bus ends the iteration.
+bool factor(Run& run, const Pass& pass) {
+    Matrices& m = run.mat;
     run.cte.TSFR = 1e-10;  // from the first Newton factorisation on, whatever the data asked for
-    const int status = factor_blocks(run.mat, pattern(run), run.cte.TSFR);
-    if (status != 0) explain_failure(run, status);
-    return status == 0;
+    for (int first_failure = 0;;) {
+        Pattern& p = pattern(run);
+        if (m.state.refine) keep_equations(m, p);
+        const int status = factor_blocks(m, p, run.cte.TSFR);
+        if (status == 0 && m.weak.n == 0) {
+            tell_held_back(run);
+            return true;
+        }
+        const bool singular = status > 0 && status <= p.N;
+        if (singular && first_failure == 0) first_failure = p.bus[std::size_t(status - 1)];
+        if (singular) m.weak.add(status - 1);
+        const bool again = (status == 0 || singular) && hold_back(run, p, m.weak.rows());
+        if (!again && status != 0) {
+            explain_failure(run, status, first_failure, pass.routine);
+            return false;
+        }
+        if (!again && m.state.refine) return true;
+        m.state.refine = m.state.refine || !again;
+        pass.assemble(run);
+    }
+}
+
+void solve(Run& run, const Pass& pass) {
+    constexpr double LOST = 1e-6;  // a residual that still brings Newton forward
+    solve_blocks(run.mat, pattern(run));
+    if (run.mat.state.refine && refine_solution(run.mat, pattern(run)) > LOST) MSGPUT(run, pass.routine, -910);
 }
 
 // --- correction
@@ -288,73 +377,136 @@ double cut(double step, double limit, double& ratio) {
     return std::copysign(limit, step);
 }
 
-// Angles and voltages take their corrections. A voltage outside of the band ends the iteration.
+// Angles and voltages take their corrections. A voltage outside of the band ends the iteration, under CILH that of its
+// island.
 void correct(Run& run) {
     Store& s = run.store;
     const Constants& c = run.cte;
     const Pattern& p = pattern(run);
     Solution& sol = s.sol;
-    const bool step = run.opt["STEP"_opt];
-    const double m = sol.XMI;
-    double& ratio = run.mat.state.XMF;
+    const bool step = run.opt["STEP"_opt], by_island = run.opt["CILH"_opt];
+    double m = sol.XMI;
+    double* ratio = &run.mat.state.XMF;
     for (int k : rows(s.bus.NB)) {
         const auto r = std::size_t(p.NORDER(k) - 1);
         const Sides& d = run.mat.side[r];
         const unsigned char held = run.mat.work.held[r];
+        IslandState* const island = by_island ? &run.mat.island(s.ilh.NOILHA2(k)) : nullptr;
+        if (island) m = island->XMI2, ratio = &island->XMF2;
         const double angle = held & ANGLE_HELD ? 0 : d.DELTA * m, rise = held & VOLTAGE_HELD ? 0 : d.WORK * m;
         double& v = s.bus.VOLT(k);
         if (step) {
-            s.bus.ANGLE(k) += cut(angle, c.ASTP, ratio);
-            v += cut(v * rise, c.VSTP, ratio);
+            s.bus.ANGLE(k) += cut(angle, c.ASTP, *ratio);
+            v += cut(v * rise, c.VSTP, *ratio);
         } else {
             s.bus.ANGLE(k) += angle;
             v *= 1 + rise;
         }
         if (!(v >= c.VDVN && v <= c.VDVM)) {
             sol.CONVSTAT = 3;
-            break;
+            if (!island) break;
+            island->KONLF2 = 3;
         }
     }
 }
 
-void update(Run& run) {
+constexpr double SHORTEST = double(0.01f);  // a step shorter than this gets nowhere
+
+// What is left of the step: 3 when it is next to nothing; for the report, the part that STEP left of it.
+void judge_step(Run& run) {
     Solution& sol = run.store.sol;
-    SolverState& st = run.mat.state;
-    sol.XMI = st.XMF = 1;
+    const bool cut_short = run.opt["STEP"_opt] && !run.opt["STPO"_opt];
+    if (!run.opt["CILH"_opt]) {
+        if (std::abs(sol.XMI) < SHORTEST) sol.CONVSTAT = 3;
+        if (cut_short) sol.XMI = run.mat.state.XMF;
+        return;
+    }
+    for (int i : rows(run.store.ilh.count)) {
+        IslandState& island = run.mat.island(i);
+        if (std::abs(island.XMI2) < SHORTEST) sol.CONVSTAT = island.KONLF2 = 3;
+        if (cut_short) island.XMI2 = island.XMF2;
+        sol.XMI = std::min(sol.XMI, island.XMI2);
+    }
+}
+
+void update(Run& run, std::span<const Device> acting) {
+    run.store.sol.XMI = run.mat.state.XMF = 1;
+    if (run.opt["CILH"_opt])
+        for (int i : rows(run.store.ilh.count)) run.mat.island(i).XMI2 = run.mat.island(i).XMF2 = 1;
+    if (run.opt["STPO"_opt]) choose_step(run);
     correct(run);
-    for (const Device& d : devices())
+    for (const Device& d : acting)
         if (d.update) d.update(run);
     refresh_angles(run);
-    constexpr double SHORTEST = double(0.01f);  // a shorter step gets nowhere
-    if (std::abs(sol.XMI) < SHORTEST) sol.CONVSTAT = 3;
-    if (run.opt["STEP"_opt] && !run.opt["STPO"_opt]) sol.XMI = st.XMF;
+    judge_step(run);
 }
 
 }  // namespace
 
 std::span<const Device> devices() { return DEVICES; }
 
-void assemble(Run& run) {
-    SolverState& st = run.mat.state;
-    if (run.store.sol.NITP == 0) reset_types(run);
+void collect_injections(Run& run) {
+    const Store& s = run.store;
+    auto& injected = run.mat.work.injected;
+    injected.fill(s.bus.NB, Sides{0, 0});
+    for (int i : rows(s.eqv.NEQV)) {
+        Sides& at = injected(s.eqv.NOEQV(i));
+        at.DELTA += s.eqv.PMAT(i);
+        at.WORK += s.eqv.QMAT(i);
+    }
+    each_voltage_load(s, [&](int k, Power drawn, Power) {
+        injected(k).DELTA -= drawn.p;
+        injected(k).WORK -= drawn.q;
+    });
+}
+
+void map_generators(Run& run) {
+    const GeneratorTables& gen = run.store.gen;
+    auto& NOBGEN = run.mat.work.NOBGEN;
+    NOBGEN.fill(run.store.bus.NB, 0);
+    for (int j : rows(gen.NG)) NOBGEN(gen.NOGEN(j)) = j;
+}
+
+void assemble_network(Run& run) {
     collect_injections(run);
     map_generators(run);
     assemble_branches(run);
     assemble_buses(run);
+    assemble_load_slopes(run);
+    if (run.opt["CILH"_opt]) scan_islands(run);
+}
+
+void assemble(Run& run) {
+    SolverState& st = run.mat.state;
+    if (run.store.sol.NITP == 0) reset_types(run);
+    assemble_network(run);
     st.DQMAXIMO = st.residual.DQ;
     for (const Device& d : devices())
         if (d.assemble) d.assemble(run);
-    apply_types(run);
-    run.store.sol.DPMAX = st.residual.DP;
-    run.store.sol.DQMAX = st.residual.DQ;
+    close_equations(run);
 }
 
-bool iterate(Run& run) {
-    if (!factor(run)) return false;
-    solve_blocks(run.mat, pattern(run));
-    update(run);
+void close_equations(Run& run) {
+    const SolverState& st = run.mat.state;
+    apply_types(run);
+    if (run.opt["CILH"_opt]) hold_failed_islands(run);
+    run.store.sol.DPMAX = st.residual.DP;
+    run.store.sol.DQMAX = st.residual.DQ;
+    if (run.opt["STPO"_opt]) std::copy_n(run.mat.side.begin(), pattern(run).N, run.mat.mismatch.begin());
+    if (run.opt["EJAC"_opt]) write_jacobian(run);
+}
+
+bool converged(Run& run) {
+    return run.opt["CILH"_opt] ? islands_converged(run) : within(run.mat.state.residual, run.cte);
+}
+
+bool iterate(Run& run, const Pass& pass) {
+    if (!factor(run, pass)) return false;
+    solve(run, pass);
+    update(run, pass.devices);
     if (run.opt["RCVG"_opt]) report_iteration(run);
-    return true;
+    if (run.opt["CILH"_opt] && run.store.sol.CONVSTAT == 3) go_on_for_islands(run);
+    return run.store.sol.CONVSTAT != 3;
 }
 
 void SOLVNW(Run& run, int& status) {
@@ -370,16 +522,17 @@ void SOLVNW(Run& run, int& status) {
         }
         assemble(run);
         if (sol.CONVSTAT == 4) break;
-        if (converged(run))
-            sol.CONVSTAT = 1;
-        else {
+        if (!converged(run)) {
             if (sol.NITP >= run.cte.ACIT) {
-                sol.CONVSTAT = 2;
+                reach_limit(run);
                 break;
             }
             ++sol.NITP;
-            if (!iterate(run) || sol.CONVSTAT == 3) break;
-        }
+            if (!iterate(run, {"SOLVNW", devices(), assemble})) break;
+        } else if (sol.CONVSTAT == 3)
+            break;
+        else
+            sol.CONVSTAT = 1;
         if (sol.CONVSTAT <= 3)
             for (const Device& d : devices())
                 if (d.adjust) d.adjust(run);

@@ -24,6 +24,44 @@ public:
         w_.length[i] = length;
     }
 
+    /// v leaves the list of i.
+    void remove(int i, int v) {
+        int* const list = w_.pool.data() + w_.at[i];
+        int n = --w_.length[i], at = 0;
+        while (list[at] != v) ++at;
+        for (; at < n; ++at) list[at] = list[at + 1];
+    }
+    /// w takes the place of v in the list of i, in its order; false when it stands there already, and v leaves.
+    bool substitute(int i, int v, int w) {
+        int* const list = w_.pool.data() + w_.at[i];
+        const int n = w_.length[i];
+        if (v < w) {
+            int at = 0;
+            while (list[at] != v) ++at;
+            for (; at + 1 < n && list[at + 1] < w; ++at) list[at] = list[at + 1];
+            if (at + 1 < n && list[at + 1] == w) {
+                for (; at + 1 < n; ++at) list[at] = list[at + 1];
+                --w_.length[i];
+                return false;
+            }
+            list[at] = w;
+        } else {
+            int at = n - 1;
+            while (list[at] != v) --at;
+            const int hole = at;
+            for (; at > 0 && list[at - 1] > w; --at) {
+            }
+            if (at > 0 && list[at - 1] == w) {
+                for (at = hole; at + 1 < n; ++at) list[at] = list[at + 1];
+                --w_.length[i];
+                return false;
+            }
+            for (int q = hole; q > at; --q) list[q] = list[q - 1];
+            list[at] = w;
+        }
+        return true;
+    }
+
 private:
     void give_room(int i, int length);
     void squeeze();
@@ -113,6 +151,10 @@ public:
         (before < 0 ? w_.first[degree] : w_.next[before]) = after;
         (after < 0 ? w_.last[degree] : w_.previous[after]) = before;
     }
+    void move(int i, int from, int to) {
+        leave(i, from);
+        enter(i, to);
+    }
     int take_least() {
         while (w_.first[least_] < 0) ++least_;
         const int i = w_.first[least_];
@@ -158,7 +200,7 @@ int fresh_before(std::span<const int> list, std::span<const int> of_v, int u, in
 /// Eliminates the buses one after the other. NORDER, NFAT; w.list takes the neighbours that each bus had when it
 /// went, from w.start on, w.count of them.
 OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to, const bool* on,
-                     int pool) {
+                     const bool* late, int pool) {
     Lists lists(w, n, pool);
     lists.build(nbr, from, to, on);
     // A neighbour in a list is a cell, and there are MXCELL of them. A branch keeps one for itself, in service or not;
@@ -171,13 +213,22 @@ OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef*
 
     const int classes = std::min(MXCLASS, n + 1);
     Degrees degrees(w, n);
+    int waiting = 0;  // late buses, in no class until all others are gone
     for (int i = 0; i < n; ++i) {
         if (w.length[i] + 1 >= classes) return OrderFault::cells;
-        degrees.enter(i, w.length[i]);
+        if (late && late[i])
+            ++waiting;
+        else
+            degrees.enter(i, w.length[i]);
     }
     int* const merged = w.c.data();
     int entries = 0;
     for (int position = 1; position <= n; ++position) {
+        if (late && position == n - waiting + 1) {
+            for (int i = 0; i < n; ++i)
+                if (late[i]) degrees.enter(i, w.length[i]);
+            late = nullptr;
+        }
         const int v = degrees.take_least();
         p.NORDER(v + 1) = position;
         const int c = int(lists.of(v).size());
@@ -192,14 +243,22 @@ OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef*
         for (int u : of_v) {
             const auto of_u = lists.of(u);
             const int before = int(of_u.size());
+            if (c <= 2 && free > 0) {  // most buses: nothing to merge
+                const bool new_one = c == 2 && lists.substitute(u, v, of_v[0] == u ? of_v[1] : of_v[0]);
+                if (c == 1) lists.remove(u, v);
+                const int now = before - !new_one;
+                free += !new_one;
+                if (now + 1 >= classes) return OrderFault::cells;
+                if (!late || !late[u]) degrees.move(u, before, now);
+                continue;
+            }
             const int after = merge(of_u.data(), before, of_v.data(), c, u, v, merged);
             const int fresh = after - (before - 1);
             if (free < fresh && (free < fresh_before(of_u, of_v, u, v) || free + 1 < fresh)) return OrderFault::fill;
             free += 1 - fresh;
             if (after + 1 >= classes) return OrderFault::cells;
-            degrees.leave(u, before);
             lists.replace(u, merged, after);
-            degrees.enter(u, after);
+            if (!late || !late[u]) degrees.move(u, before, after);
         }
         free += c;
     }
@@ -308,10 +367,10 @@ int capacity_of(const Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef
 }  // namespace
 
 OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to,
-                      const bool* on, int pool) {
+                      const bool* on, const bool* late, int pool) {
     p.N = n;
     p.NFAT = p.naims = p.capacity = 0;
-    const OrderFault fault = eliminate(p, w, n, nbr, from, to, on, pool);
+    const OrderFault fault = eliminate(p, w, n, nbr, from, to, on, late, pool);
     if (fault != OrderFault::none) return fault;
     for (int i : rows(n)) p.bus[p.NORDER(i) - 1] = i;
     lay_out_columns(p, w, n);
@@ -323,7 +382,8 @@ OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef
 
 bool OPTIMO(Run& run, Pattern& p, int n, int nbr) {
     const BranchTables& b = run.store.branch;
-    switch (find_order(p, run.mat.space, n, nbr, b.NFROM.data(), b.NTO.data(), b.STLIN.data())) {
+    const bool* const late = run.mat.state.nlate > 0 ? run.mat.late.data() : nullptr;
+    switch (find_order(p, run.mat.space, n, nbr, b.NFROM.data(), b.NTO.data(), b.STLIN.data(), late)) {
         case OrderFault::none: return true;
         case OrderFault::cells: MSGPUT(run, "OPTIMO", 100); break;
         case OrderFault::fill: MSGPUT(run, "OPTIMO", 120); break;

@@ -26,16 +26,28 @@ struct FreeMatrices {
 using MatricesPtr = std::unique_ptr<Matrices, FreeMatrices>;
 MatricesPtr make_matrices();
 
-/// Load of bus k at its present voltage, individual loads with it, pu.
+/// Active and reactive power, pu.
 struct Power {
     double p, q;
 };
-inline Power bus_load(const Store& s, int k) { return {s.bus.PLOAD(k), s.bus.QLOAD(k)}; }
+/// Load of the row of bus k as the data give it, whatever its model. What loads draw is in powerflow/load_models.hpp.
+inline Power nominal_load(const Store& s, int k) { return {s.bus.PLOAD(k), s.bus.QLOAD(k)}; }
+
+/// After a change of loads or generation in a solved network, with BPAR or BPSI: what every area (BPAR) or island
+/// (BPSI) is short of goes to its generators and equivalent injections by their participation, and PSLK takes PGEN.
+/// With BPAR nothing moves while an area lies in two islands. CONVSTAT is 0 afterwards; 4 when nobody could take what
+/// was left.
+void share_out_imbalance(Run& run);
 
 /// Power that enters branch l at its from and at its to end at the present voltages, pu.
 struct BranchFlow {
     double pf, qf, pt, qt;
 };
 BranchFlow branch_flow(const Store& s, int l);
+
+/// The same in the linear model, without and with losses: half of the loss of a branch enters at either end.
+BranchFlow linear_flow(const Run& run, int l, bool losses);
+/// The same in the model of the last solution, as ITSOL tells.
+BranchFlow solved_flow(const Run& run, int l);
 
 }  // namespace korvane

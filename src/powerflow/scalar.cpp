@@ -12,7 +12,7 @@ namespace korvane {
 namespace {
 
 constexpr double HELD_SCALAR = 1e20;  // diagonal of a row taken out of play
-constexpr int FRESH = 2;
+constexpr double LEAST_RATIO = 1e-6;  // reactance to resistance of a branch that has no reactance
 
 /// Entry e of an eliminated column, at row i, updates column i: A(b, i) -= A(b) d A(i) for the entries b after it.
 template <class Target>
@@ -20,15 +20,17 @@ template <class Target>
     for (int b = e + 1; b < end; ++b) value[target(b)] -= value[b] * scaled;
 }
 
-VECTOR_CLONES int factor_rows(double* value, double* diagonal, const Pattern& p, double tolerance) {
+VECTOR_CLONES int factor_rows(double* value, double* diagonal, const Pattern& p, double tolerance, WeakPivots& weak) {
     const int* const column = p.column.data();
     const int* const row = p.row.data();
     for (int k = 0; k < p.N; ++k) {
         if (!(std::abs(diagonal[k]) > tolerance)) return k + 1;
         const double d = diagonal[k] = 1 / diagonal[k];
         const int end = column[k + 1];
+        double size = 0;
         for (int e = column[k]; e < end; ++e) {
             const double w = value[e], scaled = w * d;
+            size = std::max(size, std::abs(scaled));
             diagonal[row[e]] -= scaled * w;
             if (const int at = p.aim[e]; at == SAME_ROWS) {
                 const int shift = column[row[e]] - (e + 1);
@@ -46,6 +48,8 @@ VECTOR_CLONES int factor_rows(double* value, double* diagonal, const Pattern& p,
             }
             value[e] = scaled;
         }
+        if (size > WEAK) [[unlikely]]
+            weak.add(k);
     }
     return 0;
 }
@@ -92,8 +96,19 @@ void build_second(Run& run) {
     });
 }
 
+// Buses of weak pivots, and one whose pivot fails, go to the end of the order, and the matrix is built anew.
+int factor_reordering(Run& run, ScalarMatrix& a, void (*build)(Run&)) {
+    for (;;) {
+        build(run);
+        const int status = factor_scalar(a, run.mat.plain, run.cte.TSFR);
+        if (status > 0) a.weak.add(status - 1);
+        if (status == 0 && a.weak.n == 0) tell_held_back(run);
+        if (a.weak.n == 0 || !hold_back(run, run.mat.plain, a.weak.rows())) return status;
+    }
+}
+
 bool factor_first(Run& run, std::string_view routine, int one_island) {
-    const int status = factor_scalar(run.mat.B1, run.mat.plain, run.cte.TSFR);
+    const int status = factor_reordering(run, run.mat.B1, build_first);
     if (status == 0) {
         run.mat.B1.state = FRESH;
         return true;
@@ -105,11 +120,30 @@ bool factor_first(Run& run, std::string_view routine, int one_island) {
     return false;
 }
 
+bool factor_second(Run& run) {
+    const int status = factor_reordering(run, run.mat.B2, build_second);
+    if (status != 0) MSGPUT(run, "MATRIX", status < 0 ? 130 : 120);
+    run.mat.B2.state = status == 0 ? FRESH : 0;
+    return status == 0;
+}
+
+// B'', and B' before it when asked for or when B'' could not do with the order of B'.
+bool factor_pair(Run& run, bool first) {
+    for (;;) {
+        if (first && !factor_first(run, "MATRIX", 140)) return false;
+        const int order = run.mat.state.reorders;
+        if (!factor_second(run)) return false;
+        if (run.mat.state.reorders == order) return true;
+        first = true;
+    }
+}
+
 }  // namespace
 
 int factor_scalar(ScalarMatrix& a, const Pattern& p, double tolerance) {
+    a.weak.n = 0;
     if (p.capacity < 0) return p.capacity;
-    return factor_rows(a.value.data(), a.diagonal.data(), p, tolerance);
+    return factor_rows(a.value.data(), a.diagonal.data(), p, tolerance, a.weak);
 }
 
 void solve_scalar(const ScalarMatrix& a, const Pattern& p, double* x, int first) {
@@ -129,27 +163,24 @@ void solve_scalar(const ScalarMatrix& a, const Pattern& p, double* x, int first)
 }
 
 double linear_element(const Store& s, int l) {
-    const double g = s.branch.GKM(l), b = s.branch.BKM(l), v = b + g * g / b;
-    const int type = s.branch.LTYPE(l);
-    const int n = type >= 1 && type <= 4 ? tap_row(s, l) : 0;
+    const double g = s.branch.GKM(l), b = s.branch.BKM(l);
+    const int n = tap_row(s, l);
+    const double v = b != 0 ? b + g * g / b : -g / LEAST_RATIO;
     return n ? v / s.tap.TAP(n) : v;
 }
 
-bool MATRIZ(Run& run) {
-    build_first(run);
-    return factor_first(run, "MATRIZ", 120);
-}
+bool MATRIZ(Run& run) { return factor_first(run, "MATRIZ", 120); }
 
 bool MATRIX(Run& run) {
     build_diagonal(run);
     if (run.opt["NEWT"_opt] && !run.opt["PART"_opt]) return true;
-    build_first(run);
-    if (!factor_first(run, "MATRIX", 140)) return false;
-    build_second(run);
-    const int status = factor_scalar(run.mat.B2, run.mat.plain, run.cte.TSFR);
-    if (status != 0) MSGPUT(run, "MATRIX", status < 0 ? 130 : 120);
-    run.mat.B2.state = status == 0 ? FRESH : 0;
-    return status == 0;
+    return factor_pair(run, true);
+}
+
+bool rebuild_second(Run& run) {
+    if (factor_pair(run, false)) return true;
+    run.store.sol.CONVSTAT = 3;
+    return false;
 }
 
 }  // namespace korvane

@@ -1,7 +1,10 @@
 // What the routines of this folder share: admittances, islands, the Newton iteration and its report.
 #pragma once
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "powerflow/sparse.hpp"
 
@@ -45,11 +48,20 @@ void change_tap(Run& run, int n, double t1);
 
 // --- islands
 
-/// Takes the islands without a slack out of service and notes their buses for OUTDBC. The store is compacted.
+/// Takes the islands without a slack out of service and notes their buses for print_listed. The store is compacted.
 /// Returns the number of buses.
 int remove_islands(Run& run);
-/// OUTDBC: the buses that remove_islands took out.
-void OUTDBC(Run& run);
+/// AREILH: an area that spans islands keeps its buses of the first of them; those of each other island go to a new area
+/// of the same name. True after any split. Warning -900 then; message 100: no room for a new area.
+bool AREILH(Run& run);
+/// IANG: every bus at angle 0, slacks apart, takes the angle of a bus that it is connected to; those without one are
+/// listed. Then the ends of jumpers take one angle and one voltage.
+void start_angles(Run& run);
+
+/// Buses for a report that lists them: one more, and the report of those noted, of rows 1 to 8 of the routine. OUTDBC
+/// lists what remove_islands took out, PWFANG what start_angles found no angle for.
+void list_bus(Run& run, int k);
+void print_listed(Run& run, std::string_view routine);
 
 // --- the Newton iteration
 
@@ -67,20 +79,94 @@ std::span<const Device> devices();
 /// the augmented equations. Messages 100, 110, 130.
 void SOLVNW(Run& run, int& status);
 
-/// Mismatches and Jacobian at the present state: one pass up to the factorisation. For Newton and for tests.
+/// A mismatch forced so high that the solution goes on.
+constexpr double REOPENED = 1e6;
+
+/// Notes a bus that changed its type, or minus the from bus of a tap that met its limit, for the report. The list takes
+/// fifty.
+inline void note_switch(SolverState& st, int entry) {
+    if (st.nlimq < int(st.ILIMQ.size())) st.ILIMQ[std::size_t(st.nlimq++)] = entry;
+}
+
+/// Power given to each bus beyond its generator and its nominal load, pu, into work.injected: equivalent injections,
+/// less what loads with a model draw at the present voltages beyond their nominal power.
+void collect_injections(Run& run);
+/// The generator row of each bus, into work.NOBGEN.
+void map_generators(Run& run);
+
+/// The largest mismatches met so far; the later bus wins a tie. A mismatch that is not a number stays, and is not
+/// converged.
+struct Worst {
+    double value = 0;
+    int bus = 0;
+    void meet(double mismatch, int k) {
+        if (mismatch >= value) value = mismatch, bus = k;
+        if (std::isnan(mismatch)) [[unlikely]]
+            value = mismatch, bus = k;
+    }
+};
+
+/// Mismatches and Jacobian at the present state: one pass up to the factorisation.
 void assemble(Run& run);
-/// Factors, solves and corrects voltages and angles. False when the matrix is singular, which has been told.
-bool iterate(Run& run);
+/// Its parts: the network alone, and the equations closed once the controls have written theirs.
+void assemble_network(Run& run);
+void close_equations(Run& run);
+/// Whether all residuals are within their tolerances; under CILH those of every island that still runs.
+bool converged(Run& run);
+/// A Newton pass: the routine that messages name, the devices whose unknowns it corrects, and its assembly.
+struct Pass {
+    std::string_view routine;
+    std::span<const Device> devices;
+    void (*assemble)(Run&);
+};
+/// Factors, solves and corrects voltages, angles and the unknowns of the devices. False when the iteration ends here:
+/// the matrix is singular, which has been told, or CONVSTAT is 3. Warning -910: the solution could not be made exact.
+bool iterate(Run& run, const Pass& pass);
+
+/// Buses of weak pivots, by row, go to the end of a new order; the equations are to be assembled anew. False when there
+/// is nothing more to hold back, and the order is as before.
+bool hold_back(Run& run, Pattern& p, std::span<const int> weak);
+/// Says so, once in a solve, when a factorisation has come through in such an order. Warning OPTIMO -900.
+void tell_held_back(Run& run);
+/// A new solve: no bus is held back, nothing is refined.
+void forget_weak_pivots(Run& run);
+
+/// STPO: the multiplier of the correction into XMI, under CILH into XMI2 of every island.
+void choose_step(Run& run);
+/// EJAC: the assembled equations into the file JACOBI_000.BIN. Warning -900: the file cannot be written.
+void write_jacobian(Run& run);
+
+// --- the iterations beside it
+
+/// The decoupled iteration, alone or as the start of Newton: CONVSTAT stays 0 when Newton is to go on.
+void solve_decoupled(Run& run);
+/// BCSOLV: Newton without rows for controls, which act between the iterations. Messages 100, 110.
+void BCSOLV(Run& run);
+
+/// Controls between the iterations: remote voltage and taps. Each reopens the solution when it moves something. B'' is
+/// rebuilt after a change of type when `decoupled`.
+void adjust_remote(Run& run, bool decoupled);
+void adjust_taps(Run& run);
+/// B'' of the present types, factored. False when that failed: the message is queued, CONVSTAT is 3.
+bool rebuild_second(Run& run);
 
 // --- the report of convergence
 
 /// Options in force that the heading of the report shows.
 std::string options_in_force(const Run& run);
-void report_heading(Run& run);
+enum class Method { newton, decoupled };
+void report_heading(Run& run, Method method);
 void report_iteration(Run& run);
-void report_switches(Run& run);
+void report_half(Run& run, bool active);  // of the decoupled iteration
+void report_switches(Run& run, Method method = Method::newton);
 void report_singular(Run& run, int k);  // bus k has a pivot of zero
 void report_outcome(Run& run, int code);
+
+// --- the linear flow
+
+/// SOLVLF, its linear form: angles and slack generation by the linear model; B' has been factored. With PERD the losses
+/// of the branches are folded in, in PDIT rounds. CONVSTAT is 1, or 3 when an angle is not a number.
+void solve_linear(Run& run);
 
 // --- the driver
 

@@ -7,6 +7,7 @@
 #pragma once
 #include <array>
 #include <cstddef>
+#include <span>
 
 #include "frame/run.hpp"
 #include "network/limits.hpp"
@@ -75,11 +76,27 @@ struct Pattern {
     int naims, nfill;
 };
 
+/// Pivots that a factorisation found weak: entries of their column exceed WEAK times the pivot, so that what the other
+/// rows hold is lost in it. Nothing is searched inside the factorisation; the bus has to go later.
+constexpr double WEAK = 1e6;
+struct WeakPivots {
+    int n;                    // noted, as far as there is room
+    std::array<int, 64> row;  // of the factors, from 0
+    void add(int r) {
+        if (n < int(row.size())) row[std::size_t(n++)] = r;
+    }
+    std::span<const int> rows() const { return {row.data(), std::size_t(n)}; }
+};
+
+/// ScalarMatrix::state of a matrix that has been factored and not used.
+constexpr int FRESH = 2;
+
 /// Values of one scalar symmetric matrix over a pattern.
 struct ScalarMatrix {
     std::array<double, MXFAT> value;  // off the diagonal
     std::array<double, MXROW> diagonal;
-    int state;  // 2: freshly factored
+    WeakPivots weak;  // of the last factorisation
+    int state;        // FRESH, or 1 after the first use
 };
 
 /// Work space of the ordering.
@@ -115,8 +132,28 @@ struct SolverState {
     double XMF;                       // smallest ratio by which a step was cut
     int NITLF, sum_p, sum_q, sum_dc;  // outer iterations; iterations summed over them
     int nlimq;
+    int reorders;               // for weak pivots, in this solve
+    int nlate;                  // buses that the order holds back for their weak pivots
+    int first_late;             // the first of them, 0 for none
+    bool late_told;             // it has been told
+    bool refine;                // weak pivots are left: solutions are compared with the equations, and refined
     std::array<int, 50> ILIMQ;  // buses switched since the last line of the report; minus: a tap
 };
+
+/// What the solution of one island has come to, under CILH.
+struct IslandState {
+    int KONLF2;          // as CONVSTAT
+    Residuals residual;  // of the last pass
+    int NODEP2, NODEQ2;  // external numbers of the buses with the largest mismatches
+    double DQMAXIMO2;    // its DQ before a control forced it up
+    double XMI2, XMF2;   // step multiplier; smallest ratio by which a step was cut
+
+    /// It ended without a solution: diverged, or a device in it cannot go on.
+    bool failed() const { return KONLF2 == 3 || KONLF2 == 5 || KONLF2 == 6; }
+};
+
+constexpr IslandState UNSOLVED_ISLAND = {
+    .KONLF2 = 0, .residual = {}, .NODEP2 = 0, .NODEQ2 = 0, .DQMAXIMO2 = 0, .XMI2 = 1, .XMF2 = 1};
 
 /// Everything the solvers work in. It lies in zeroed memory of fixed size; pages never used cost nothing.
 struct Matrices {
@@ -127,13 +164,21 @@ struct Matrices {
     std::array<BlockPair, MXFAT> fat;
     std::array<Block, MXROW> diagonal;
     std::array<Sides, MXROW> side;
+    WeakPivots weak;                        // of the last factorisation
+    std::array<bool, MXEQ> late;            // buses that the order holds back, by bus
+    std::array<BlockPair, MXFAT> fat_kept;  // the equations before the factorisation, while solutions are refined
+    std::array<Block, MXROW> diagonal_kept;
+    std::array<Sides, MXROW> side_kept, correction;
+    std::array<Sides, MXROW> mismatch;  // the right-hand side before the solution, under STPO
 
-    ScalarMatrix B1, B2;          // B' and B''
-    std::array<double, MXROW> x;  // right-hand side of a scalar solution
+    ScalarMatrix B1, B2;             // B' and B''
+    std::array<double, MXROW> x;     // right-hand side of a scalar solution
+    std::array<double, MXROW> kept;  // the same before the solution
 
     Table<double, MXBUS> GDIAG, BDIAG;     // diagonal of the bus admittance matrix, pu
     Table<double, MXLINX> SINDIK, COSDIK;  // sine and cosine of the angle across a branch
     Table<double, MXBUS> SINBUS, COSBUS;   // of the angle of a bus
+    Table<IslandState, MXILH> island;
 
     struct Work {
         Table<Sides, MXBUS> sum;                // what the branches give the two rows of a bus
@@ -143,9 +188,15 @@ struct Matrices {
         Table<double, MXPHS> sine, cosine;      // of a phase shift
         Table<double, MXLIN> shfrom, shto;      // line-end shunts of a branch
         Table<int, MXILH> slack;                // first slack bus of an island, 0 for none
-        Table<int, MXBUS> queue, removed;       // of the island search; external numbers of removed buses
-        Table<Text<12>, MXBUS> removed_name;
-        int nremoved;
+        Table<bool, MXBUS> moved;               // a control between iterations has moved the voltage of the bus
+        Table<double, MXILH> angle;             // angle of the slack of an island, rad
+        Table<double, MXBUS> power;             // active power injected at a bus whatever the angles, pu
+        Table<int, MXBUS> queue;                // of a search over buses
+        Table<int, MXBUS> path, next;           // of a search in depth: buses, places in their lists of branches
+        Table<unsigned char, MXBUS> mark;       // state of a bus in a search
+        int nlisted;                            // buses that a report is to list
+        Table<int, MXBUS> listed;               // their external numbers
+        Table<Text<12>, MXBUS> listed_name;
     } work;
     SolverState state;
 };
@@ -156,12 +207,13 @@ enum class OrderFault { none, cells, fill, entries };
 /// Minimum degree with updated degrees. Among buses of one degree the first in goes first: in the beginning the
 /// lowest index; a bus whose degree was updated goes behind. Sets NORDER and NFAT, and, when the entries fit, the
 /// rows, the fill and the slots of all branches. n buses, nbr branches of which those with on take part. The lists live
-/// in the first `pool` cells of the work space, and move together when these are used up.
+/// in the first `pool` cells of the work space, and move together when these are used up. Buses marked in `late`, if
+/// given, go behind all others.
 OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to,
-                      const bool* on, int pool = MXPOOL);
+                      const bool* on, const bool* late = nullptr, int pool = MXPOOL);
 
 /// OPTIMO: the order of the plain network or, when the augmented equations have rows of their own, of these.
-/// Messages 100, 120, 130 (with the count of entries); false after any of them.
+/// Messages 100, 120, 130 (with the count of entries); false after any of them. Buses marked late go last.
 bool OPTIMO(Run& run, Pattern& p, int n, int nbr);
 
 /// To zero before an assembly: all blocks off the diagonal, or those that no branch writes.
@@ -169,17 +221,24 @@ void clear_blocks(Matrices& m, const Pattern& p);
 void clear_fill(Matrices& m, const Pattern& p);
 
 /// Factorisation in place over the fixed pattern. 0; k: pivot of elimination position k is not above the tolerance;
-/// -k: entries exhausted at row k; N + 1: a row has too many columns. After a failure nothing may be solved.
+/// -k: entries exhausted at row k; N + 1: a row has too many columns. After a failure nothing may be solved. Weak
+/// pivots are noted in m.weak.
 int factor_blocks(Matrices& m, const Pattern& p, double tolerance);
 
 /// Solution with the factors, in place in m.side. Right-hand sides before row `first` are zero.
 void solve_blocks(Matrices& m, const Pattern& p, int first = 0);
+
+/// Refinement: the equations set aside before their factorisation, and after the solution the residual solved for until
+/// it is small beside the right-hand side. Returns the ratio of the two that is left.
+void keep_equations(Matrices& m, const Pattern& p);
+double refine_solution(Matrices& m, const Pattern& p);
 
 /// The scalar twins. factor: 0, k or -k as above. solve: in place in x.
 int factor_scalar(ScalarMatrix& a, const Pattern& p, double tolerance);
 void solve_scalar(const ScalarMatrix& a, const Pattern& p, double* x, int first = 0);
 
 /// The pattern that the present solution works on.
+inline Pattern& pattern(Run& run) { return run.mat.state.augmented ? run.mat.augmented : run.mat.plain; }
 inline const Pattern& pattern(const Run& run) { return run.mat.state.augmented ? run.mat.augmented : run.mat.plain; }
 
 /// Element of B' of a branch: its susceptance without resistance and without tap, pu (negative when inductive).

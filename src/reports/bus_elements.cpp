@@ -1,5 +1,6 @@
 // What stands at each bus besides its own row: one function for each kind of element. A kind whose data block is read
 // one day adds its power here, and every report of buses has it.
+#include "powerflow/load_models.hpp"
 #include "reports/reports.hpp"
 
 namespace korvane {
@@ -8,6 +9,14 @@ namespace {
 
 using Sums = std::vector<BusElements::Sums>;
 BusElements::Sums& at(Sums& sums, int k) { return sums[std::size_t(k)]; }
+
+void add_loads(const Store& s, Sums& sums) {
+    const BusLoads loads(s);
+    for (int k : rows(s.bus.NB)) {
+        at(sums, k).p_load = loads(k).p;
+        at(sums, k).q_load = loads(k).q;
+    }
+}
 
 void add_injections(const Store& s, Sums& sums) {
     for (int e : rows(s.eqv.NEQV)) at(sums, s.eqv.NOEQV(e)).injection = e;
@@ -47,6 +56,7 @@ void add_line_shunts(const Store& s, Sums& sums) {
 
 // Converters and motors have no power in the store yet: their sums are 0 until their blocks are read.
 BusElements::BusElements(const Store& s) : sums_(std::size_t(s.bus.NB) + 1) {
+    add_loads(s, sums_);
     add_injections(s, sums_);
     add_banks(s, sums_);
     add_compensators(s, sums_);

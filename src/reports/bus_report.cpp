@@ -11,7 +11,6 @@ BusRow bus_row(const Store& s, const BusElements& elements, int k, double base) 
     const BusElements::Sums& sum = elements(k);
     const int e = sum.injection;
     const double v = s.bus.VOLT(k), v2 = v * v;
-    const Power load = bus_load(s, k);
     BusRow r{};
     r.number = s.bus.NOINT(k);
     r.name = s.bus.BNAME(k);
@@ -31,8 +30,8 @@ BusRow bus_row(const Store& s, const BusElements& elements, int k, double base) 
         r.share = s.eqv.FMAT(e) * 100.0;
         r.equivalent_shunt = s.eqv.FSH(e) * v2 * base;
     }
-    r.p_load = load.p * base;
-    r.q_load = load.q * base;
+    r.p_load = sum.p_load * base;
+    r.q_load = sum.q_load * base;
     r.p_link = sum.p_link * base;
     r.q_link = sum.q_link * base;
     r.shunt = ((h ? s.sht.SHUNT(h) : 0.0) + sum.bank) * v2 * base;

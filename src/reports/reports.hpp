@@ -19,6 +19,9 @@ void report_dispatch(Run& run);
 /// error. Messages 100, 130, -900.
 bool OPAREA(Run& run);
 
+/// Islands of what is in service, all of them selected; a bus out of service lies in none. Before a list of islands.
+void search_islands(Run& run);
+
 /// OPAGRE: the same for groups of an aggregator. Messages 100, 130, -900.
 bool OPAGRE(Run& run);
 
@@ -37,6 +40,7 @@ void SELBAR(Run& run, std::string_view report, std::vector<int>& list);
 class BusElements {
 public:
     struct Sums {
+        double p_load = 0, q_load = 0;    // of the bus under its model and of its individual loads, pu
         int injection = 0;                // row of its equivalent injection, 0 for none
         double bank = 0;                  // bank units switched in, pu at 1 pu of voltage
         double compensator = 0;           // reactive generation of its static compensators, pu

@@ -155,12 +155,12 @@ TEST(Driver, InterchangesThatDoNotCloseAreReported) {
 TEST(Driver, WhatItCannotHonourIsSaidOnce) {
     Network n;
     two_islands(n);
-    for (const Option o : {"QLIM"_opt, "STPO"_opt, "ILHA"_opt}) n.run.opt.set(o);
+    for (const Option o : {"CPHS"_opt, "CSCA"_opt, "ILHA"_opt}) n.run.opt.set(o);
     n.solve();
-    EXPECT_EQ(n.session.numbers("PWFSOL"), (std::vector{-953, -962}));
+    EXPECT_EQ(n.session.numbers("PWFSOL"), (std::vector{-966, -967}));
     EXPECT_EQ(n.s.sol.CONVSTAT, 1);
-    EXPECT_TRUE(n.run.opt["QLIM"_opt]);
-    EXPECT_TRUE(n.run.opt["STPO"_opt]) << "options stay as they were";
+    EXPECT_TRUE(n.run.opt["CPHS"_opt]);
+    EXPECT_TRUE(n.run.opt["CSCA"_opt]) << "options stay as they were";
 }
 
 TEST(Driver, OutcomesAreReported) {

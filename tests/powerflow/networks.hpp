@@ -132,12 +132,44 @@ inline std::pair<std::complex<double>, std::complex<double>> drawn(const Store& 
             -vt * std::conj(current) + vt * std::conj(charging * vt)};
 }
 
+/// A load under a model with per cent a of constant current and b of constant impedance.
+inline double drawn_load(double nominal, int a, int b, double v, double reference, double lowest) {
+    const double x = v / reference;
+    if (v >= lowest) return nominal + (a * (x - 1) + b * (x * x - 1)) * nominal / 100;
+    return nominal / 100 * ((100 - a - b) * std::pow(v / lowest, 2) + a * v * v / (reference * lowest) + b * x * x);
+}
+
+/// What all loads of each bus draw. In the equations of the solver an individual load of constant power stays so.
+inline std::vector<std::complex<double>> loads_drawn(const Store& s, bool solved) {
+    std::vector<std::complex<double>> sum(std::size_t(s.bus.NB + 1));
+    for (int k : rows(s.bus.NB)) sum[std::size_t(k)] = {s.bus.PLOAD(k), s.bus.QLOAD(k)};
+    for (int i : rows(s.fld.NFLD)) {
+        const int k = s.fld.NOFLD(i);
+        const double v = s.bus.VOLT(k), vf = s.bus.FVOLT(k), vz = s.fld.VMINZ(i);
+        sum[std::size_t(k)] = {drawn_load(s.bus.PLOAD(k), s.fld.IPFLA(i), s.fld.IPFLB(i), v, vf, vz),
+                               drawn_load(s.bus.QLOAD(k), s.fld.IQFLA(i), s.fld.IQFLB(i), v, vf, vz)};
+    }
+    for (int i : rows(s.cai.NCAI)) {
+        if (!s.cai.STCAR(i)) continue;
+        const int k = s.cai.NOCAI(i);
+        auto drawn = [&](double unit, int a, int b) {
+            const double nominal = unit * s.cai.NUNICOP(i);
+            if (solved && a == 0 && b == 0) return nominal;
+            return drawn_load(nominal, a, b, s.bus.VOLT(k), s.cai.FVOLTC(i), s.cai.VMINZC(i));
+        };
+        sum[std::size_t(k)] += std::complex(drawn(s.cai.PLOADI(i), s.cai.IPVLA(i), s.cai.IPVQB(i)),
+                                            drawn(s.cai.QLOADI(i), s.cai.IQVLC(i), s.cai.IQVQD(i)));
+    }
+    return sum;
+}
+
 /// What is left over at each bus: generation less load, shunts and branches. Zero at a solved bus.
 inline std::vector<std::complex<double>> imbalance(const Store& s) {
     using C = std::complex<double>;
     std::vector<C> sum(std::size_t(s.bus.NB + 1));
     auto at = [&](int k) -> C& { return sum[std::size_t(k)]; };
-    for (int k : rows(s.bus.NB)) at(k) -= C(s.bus.PLOAD(k), s.bus.QLOAD(k));
+    const std::vector<C> load = loads_drawn(s, true);
+    for (int k : rows(s.bus.NB)) at(k) -= load[std::size_t(k)];
     for (int j : rows(s.gen.NG)) at(s.gen.NOGEN(j)) += C(s.gen.PGEN(j), s.gen.QGEN(j));
     for (int i : rows(s.eqv.NEQV)) {
         const double v2 = std::norm(voltage(s, s.eqv.NOEQV(i)));
@@ -202,6 +234,37 @@ inline void random_network(Network& n, unsigned seed, int buses = 40) {
     n.s.eqv.QMAT(e) = -0.02;
     n.s.eqv.FSH(e) = 0.03;
     n.ready();
+}
+
+/// Load models on every third bus and individual loads on every fourth; half of them stand below their voltage limit.
+inline void add_voltage_loads(Network& n, unsigned seed) {
+    std::mt19937 random(seed);
+    auto percent = [&] { return int(random() % 51); };
+    auto uniform = [&](double a, double b) { return std::uniform_real_distribution<double>(a, b)(random); };
+    Store& s = n.s;
+    for (int k = 1; k <= s.bus.NB; k += 3) {
+        const int i = add_row(s.fld);
+        s.fld.NOFLD(i) = k;
+        s.fld.IPFLA(i) = percent();
+        s.fld.IPFLB(i) = percent();
+        s.fld.IQFLA(i) = percent();
+        s.fld.IQFLB(i) = percent();
+        s.fld.VMINZ(i) = i % 2 ? 0.7 : 1.1;
+        s.bus.FVOLT(k) = uniform(0.95, 1.05);
+    }
+    for (int k = 2; k <= s.bus.NB; k += 4)
+        for (int unit : {1, 2, 3}) {
+            const int i = add_row(s.cai);
+            s.cai.NOCAI(i) = k;
+            s.cai.IDEGC(i) = unit;
+            s.cai.NUNICOP(i) = unit;
+            s.cai.PLOADI(i) = uniform(0, 0.03);
+            s.cai.QLOADI(i) = uniform(-0.01, 0.01);
+            s.cai.STCAR(i) = unit < 3;
+            if (unit == 2) s.cai.IPVLA(i) = percent(), s.cai.IPVQB(i) = percent(), s.cai.IQVLC(i) = percent();
+            s.cai.VMINZC(i) = k % 8 == 2 ? 0.7 : 1.1;
+            s.cai.FVOLTC(i) = uniform(0.95, 1.05);
+        }
 }
 
 }  // namespace korvane::testing

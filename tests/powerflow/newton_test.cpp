@@ -18,6 +18,7 @@ TEST(Newton, EveryBusOfASolvedNetworkBalances) {
     for (unsigned seed = 1; seed <= 25; ++seed) {
         Network n;
         random_network(n, seed);
+        if (seed % 2) add_voltage_loads(n, seed);
         n.solve();
         ASSERT_EQ(n.s.sol.CONVSTAT, 1) << seed << n.session.messages();
         EXPECT_LT(worst_imbalance(n.s), TIGHT) << "seed " << seed;
@@ -36,6 +37,7 @@ TEST(Newton, TheJacobianIsMinusTheSlopeOfTheMismatch) {
     for (unsigned seed : {3u, 8u}) {
         Network n;
         random_network(n, seed, 24);
+        add_voltage_loads(n, seed);
         Matrices& m = n.run.mat;
         const Pattern& p = m.plain;
         ASSERT_TRUE(OPTIMO(n.run, m.plain, n.s.bus.NB, n.s.branch.NL));
