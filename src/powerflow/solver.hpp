@@ -1,5 +1,6 @@
 // What the routines of this folder share: admittances, islands, the Newton iteration and its report.
 #pragma once
+#include <cmath>
 #include <optional>
 #include <span>
 #include <string>
