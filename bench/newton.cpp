@@ -71,7 +71,7 @@ void iteration(benchmark::State& state, const char* name) {
     run.store.sol.NITP = 1;
     for (auto _ : state) {
         assemble(run);
-        if (!iterate(run, "SOLVNW", devices())) state.SkipWithError("singular");
+        if (!iterate(run, {"SOLVNW", devices(), assemble})) state.SkipWithError("singular");
     }
     n->restore();
 }

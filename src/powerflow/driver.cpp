@@ -97,6 +97,7 @@ bool linear_start(Run& run) {
 // The solution path of the options in force, on the compacted network.
 void solve(Run& run, bool from_linear) {
     const Store& s = run.store;
+    forget_weak_pivots(run);
     if (!OPTIMO(run, run.mat.plain, s.bus.NB, s.branch.NL))
         MSGPUT(run, "PWFSOL", 130);
     else if (run.opt["LFDC"_opt]) {
@@ -146,6 +147,8 @@ void PWFSOL(Run& run) {
     if (!inner) warn_of_options(run);
     MSGOUT(run);
 
+    if (opt["IANG"_opt]) start_angles(run);
+    if (opt["AARI"_opt]) AREILH(run);
     int removed = 0;
     if (without_islands) {
         STOOFF(run);
@@ -170,7 +173,7 @@ void PWFSOL(Run& run) {
     STOON(run);
     opt.set("IMPR"_opt, impr);
 
-    if (removed > 0) OUTDBC(run);
+    if (removed > 0) print_listed(run, "OUTDBC");
     if (s.sol.CONVSTAT == 1 && !inner) warn_of_low_load(run);
     MSGOUT(run);
 }

@@ -1,4 +1,6 @@
 // Islands of the network and the slack that each of them must hold.
+#include <algorithm>
+
 #include "powerflow/solver.hpp"
 
 namespace korvane {
@@ -74,7 +76,69 @@ void report_islands(Run& run) {
     }
 }
 
+/// The lowest area number that is not in use, 0 for none.
+int free_area_number(const Store& s) {
+    constexpr int HIGHEST = 998;
+    for (int number : rows(HIGHEST))
+        if (LOCINT(s.area.NAINT, s.area.NAREA, number) == 0) return number;
+    return 0;
+}
+
+/// A new area for the part of area a that lies in another island; 0 when there is no room.
+int split_off(Store& s, int a) {
+    const int number = free_area_number(s);
+    if (number == 0 || s.area.NAREA >= MXARE) return 0;
+    const int row = add_row(s.area);
+    s.area.NAINT(row) = number;
+    s.area.ARNAME(row) = s.area.ARNAME(a);
+    return row;
+}
+
+// Area a keeps its buses of the lowest island; those of each other island go to an area of their own. False when there
+// is no room for one: such buses stay.
+bool split_area(Run& run, int a) {
+    Store& s = run.store;
+    auto& area = run.mat.work.slack;  // area that an island's buses go to
+    area.fill(s.ilh.count, 0);
+    int first = s.ilh.count + 1;
+    for (int k : rows(s.bus.NB))
+        if (s.bus.IAREA(k) == a) {
+            area(s.ilh.NOILHA2(k)) = -1;
+            first = std::min(first, int(s.ilh.NOILHA2(k)));
+        }
+    area(first) = a;
+    bool room = true;
+    for (int i : rows(s.ilh.count))
+        if (area(i) < 0) {
+            const int row = split_off(s, a);
+            area(i) = row ? row : a;
+            room = room && row;
+        }
+    for (int k : rows(s.bus.NB))
+        if (s.bus.IAREA(k) == a) s.bus.IAREA(k) = area(s.ilh.NOILHA2(k));
+    return room;
+}
+
 }  // namespace
+
+bool AREILH(Run& run) {
+    Store& s = run.store;
+    STOOFF(run);
+    find_islands(run);
+    auto& spans = run.mat.work.queue;  // of an area
+    spans.fill(s.area.NAREA, 0);
+    for (int k : rows(s.bus.NB))
+        if (s.ilh.FLGBUS(k)) spans(s.bus.IAREA(k)) = 1;
+    const int areas = s.area.NAREA;
+    bool room = true;
+    for (int a : rows(areas))
+        if (spans(a)) room = split_area(run, a) && room;
+    STOON(run);
+    rebuild_addresses(run);
+    if (s.area.NAREA > areas) MSGPUT(run, "AREILH", -900);
+    if (!room) MSGPUT(run, "AREILH", 100);
+    return s.area.NAREA > areas;
+}
 
 int find_islands(Run& run) {
     Store& s = run.store;
@@ -140,37 +204,41 @@ bool PWFREF(Run& run) {
 int remove_islands(Run& run) {
     Store& s = run.store;
     auto& work = run.mat.work;
-    work.nremoved = 0;
+    work.nlisted = 0;
     find_islands(run);
     mark_slacks(run);
     if (run.opt["ASLK"_opt]) appoint_slacks(run);
     for (int k : rows(s.bus.NB))
         if (!work.slack(s.ilh.NOILHA2(k))) {
             s.bus.STBUS(k) = false;
-            const int i = ++work.nremoved;
-            work.removed(i) = s.bus.NOINT(k);
-            work.removed_name(i) = s.bus.BNAME(k);
+            list_bus(run, k);
         }
-    return work.nremoved;
+    return work.nlisted;
 }
 
-void OUTDBC(Run& run) {
+void list_bus(Run& run, int k) {
+    auto& work = run.mat.work;
+    const int i = ++work.nlisted;
+    work.listed(i) = run.store.bus.NOINT(k);
+    work.listed_name(i) = run.store.bus.BNAME(k);
+}
+
+void print_listed(Run& run, std::string_view routine) {
     const auto& work = run.mat.work;
-    LDFORM(run, "OUTDBC");
+    const bool narrow = run.opt["80CO"_opt];
+    const int across = narrow ? 4 : 6, n = work.nlisted;
+    LDFORM(run, routine);
     Page page(run);
     page.force();
-    const bool narrow = run.opt["80CO"_opt];
-    const int across = narrow ? 4 : 6;
-    std::array<Arg, 12> values{Arg(0), Arg(0), Arg(0), Arg(0), Arg(0), Arg(0),
-                               Arg(0), Arg(0), Arg(0), Arg(0), Arg(0), Arg(0)};
-    for (int i = 1; i <= work.nremoved && page.wanted(); i += across) {
-        if (!page.fits(1)) page.heading(narrow ? 4 : 1, narrow ? 6 : 3, work.nremoved);
-        const int here = std::min(across, work.nremoved - i + 1);
-        for (int j = 0; j < here; ++j) {
-            values[std::size_t(2 * j)] = Arg(work.removed(i + j));
-            values[std::size_t(2 * j + 1)] = Arg(work.removed_name(i + j));
+    std::vector<Arg> values;
+    for (int i = 1; i <= n && page.wanted(); i += across) {
+        if (!page.fits(1)) page.heading(narrow ? 4 : 1, narrow ? 6 : 3, n);
+        values.clear();
+        for (int j = i; j < i + across && j <= n; ++j) {
+            values.emplace_back(work.listed(j));
+            values.emplace_back(work.listed_name(j));
         }
-        page.line(narrow ? 8 : 7, std::span<const Arg>(values.data(), std::size_t(2 * here)));
+        page.line(narrow ? 8 : 7, std::span<const Arg>(values));
     }
     PAGWAI(run);
 }

@@ -301,19 +301,13 @@ void reach_limit(Run& run) {
 
 // --- factorisation
 
-// Says why the matrix could not be factored. An island without a slack is the usual reason.
-void explain_failure(Run& run, int status, std::string_view routine) {
+// Says why the matrix could not be factored: the pivot of bus k is none, or status tells of a limit. An island without
+// a slack is the usual reason.
+void explain_failure(Run& run, int status, int k, std::string_view routine) {
     SolverState& st = run.mat.state;
     Solution& sol = run.store.sol;
-    const Pattern& p = pattern(run);
-    if (status < 0 || status > p.N) {
-        MSGPUT(run, routine, status < 0 ? 100 : 110);
-        sol.CONVSTAT = 3;
-        return;
-    }
-    const int k = p.bus[std::size_t(status - 1)];
-    if (k > run.store.bus.NB) {
-        MSGPUT(run, routine, 130);
+    if (status < 0 || status > pattern(run).N || k > run.store.bus.NB) {
+        MSGPUT(run, routine, status < 0 ? 100 : status > pattern(run).N ? 110 : 130);
         sol.CONVSTAT = 3;
         return;
     }
@@ -322,11 +316,37 @@ void explain_failure(Run& run, int status, std::string_view routine) {
     report_singular(run, k);
 }
 
-bool factor(Run& run, std::string_view routine) {
+// The factorisation. Buses of weak pivots go to the end of the order, and the pass is assembled anew; what is weak even
+// there is refined. No equation at all for a bus ends the iteration.
+bool factor(Run& run, const Pass& pass) {
+    Matrices& m = run.mat;
     run.cte.TSFR = 1e-10;  // from the first Newton factorisation on, whatever the data asked for
-    const int status = factor_blocks(run.mat, pattern(run), run.cte.TSFR);
-    if (status != 0) explain_failure(run, status, routine);
-    return status == 0;
+    for (int first_failure = 0;;) {
+        Pattern& p = pattern(run);
+        if (m.state.refine) keep_equations(m, p);
+        const int status = factor_blocks(m, p, run.cte.TSFR);
+        if (status == 0 && m.weak.n == 0) {
+            tell_held_back(run);
+            return true;
+        }
+        const bool singular = status > 0 && status <= p.N;
+        if (singular && first_failure == 0) first_failure = p.bus[std::size_t(status - 1)];
+        if (singular) m.weak.add(status - 1);
+        const bool again = (status == 0 || singular) && hold_back(run, p, m.weak.rows());
+        if (!again && status != 0) {
+            explain_failure(run, status, first_failure, pass.routine);
+            return false;
+        }
+        if (!again && m.state.refine) return true;
+        m.state.refine = m.state.refine || !again;
+        pass.assemble(run);
+    }
+}
+
+void solve(Run& run, const Pass& pass) {
+    constexpr double LOST = 1e-6;  // a residual that still brings Newton forward
+    solve_blocks(run.mat, pattern(run));
+    if (run.mat.state.refine && refine_solution(run.mat, pattern(run)) > LOST) MSGPUT(run, pass.routine, -910);
 }
 
 // --- correction
@@ -465,14 +485,23 @@ bool control_generation(Run& run) {
     return true;
 }
 
-void assemble(Run& run) {
-    if (run.store.sol.NITP == 0) reset_types(run);
-    assemble_network(run);
-    if (!control_generation(run)) return;
+static void write_controls(Run& run) {
     clear_equations(run);
     for (const Device& d : devices())
         if (d.assemble) d.assemble(run);
     close_equations(run);
+}
+
+void assemble(Run& run) {
+    if (run.store.sol.NITP == 0) reset_types(run);
+    assemble_network(run);
+    if (control_generation(run)) write_controls(run);
+}
+
+// The same state in another order: what controls have decided on this pass stands.
+static void reassemble(Run& run) {
+    assemble_network(run);
+    write_controls(run);
 }
 
 void close_equations(Run& run) {
@@ -489,10 +518,10 @@ bool converged(Run& run) {
     return run.opt["CILH"_opt] ? islands_converged(run) : within(run.mat.state.residual, run.cte);
 }
 
-bool iterate(Run& run, std::string_view routine, std::span<const Device> acting) {
-    if (!factor(run, routine)) return false;
-    solve_blocks(run.mat, pattern(run));
-    update(run, acting);
+bool iterate(Run& run, const Pass& pass) {
+    if (!factor(run, pass)) return false;
+    solve(run, pass);
+    update(run, pass.devices);
     if (run.opt["RCVG"_opt]) report_iteration(run);
     if (run.opt["CILH"_opt] && run.store.sol.CONVSTAT == 3) go_on_for_islands(run);
     return run.store.sol.CONVSTAT != 3;
@@ -517,7 +546,7 @@ void SOLVNW(Run& run, int& status) {
                 break;
             }
             ++sol.NITP;
-            if (!iterate(run, "SOLVNW", devices())) break;
+            if (!iterate(run, {"SOLVNW", devices(), reassemble})) break;
         } else if (sol.CONVSTAT == 3)
             break;
         else

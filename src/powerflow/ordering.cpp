@@ -158,7 +158,7 @@ int fresh_before(std::span<const int> list, std::span<const int> of_v, int u, in
 /// Eliminates the buses one after the other. NORDER, NFAT; w.list takes the neighbours that each bus had when it
 /// went, from w.start on, w.count of them.
 OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to, const bool* on,
-                     int pool) {
+                     const bool* late, int pool) {
     Lists lists(w, n, pool);
     lists.build(nbr, from, to, on);
     // A neighbour in a list is a cell, and there are MXCELL of them. A branch keeps one for itself, in service or not;
@@ -171,13 +171,22 @@ OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef*
 
     const int classes = std::min(MXCLASS, n + 1);
     Degrees degrees(w, n);
+    int waiting = 0;  // late buses, in no class until all others are gone
     for (int i = 0; i < n; ++i) {
         if (w.length[i] + 1 >= classes) return OrderFault::cells;
-        degrees.enter(i, w.length[i]);
+        if (late && late[i])
+            ++waiting;
+        else
+            degrees.enter(i, w.length[i]);
     }
     int* const merged = w.c.data();
     int entries = 0;
     for (int position = 1; position <= n; ++position) {
+        if (late && position == n - waiting + 1) {
+            for (int i = 0; i < n; ++i)
+                if (late[i]) degrees.enter(i, w.length[i]);
+            late = nullptr;
+        }
         const int v = degrees.take_least();
         p.NORDER(v + 1) = position;
         const int c = int(lists.of(v).size());
@@ -197,9 +206,10 @@ OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef*
             if (free < fresh && (free < fresh_before(of_u, of_v, u, v) || free + 1 < fresh)) return OrderFault::fill;
             free += 1 - fresh;
             if (after + 1 >= classes) return OrderFault::cells;
-            degrees.leave(u, before);
+            const bool listed = !late || !late[u];
+            if (listed) degrees.leave(u, before);
             lists.replace(u, merged, after);
-            degrees.enter(u, after);
+            if (listed) degrees.enter(u, after);
         }
         free += c;
     }
@@ -308,10 +318,10 @@ int capacity_of(const Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef
 }  // namespace
 
 OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to,
-                      const bool* on, int pool) {
+                      const bool* on, const bool* late, int pool) {
     p.N = n;
     p.NFAT = p.naims = p.capacity = 0;
-    const OrderFault fault = eliminate(p, w, n, nbr, from, to, on, pool);
+    const OrderFault fault = eliminate(p, w, n, nbr, from, to, on, late, pool);
     if (fault != OrderFault::none) return fault;
     for (int i : rows(n)) p.bus[p.NORDER(i) - 1] = i;
     lay_out_columns(p, w, n);
@@ -323,7 +333,8 @@ OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef
 
 bool OPTIMO(Run& run, Pattern& p, int n, int nbr) {
     const BranchTables& b = run.store.branch;
-    switch (find_order(p, run.mat.space, n, nbr, b.NFROM.data(), b.NTO.data(), b.STLIN.data())) {
+    const bool* const late = run.mat.state.nlate > 0 ? run.mat.late.data() : nullptr;
+    switch (find_order(p, run.mat.space, n, nbr, b.NFROM.data(), b.NTO.data(), b.STLIN.data(), late)) {
         case OrderFault::none: return true;
         case OrderFault::cells: MSGPUT(run, "OPTIMO", 100); break;
         case OrderFault::fill: MSGPUT(run, "OPTIMO", 120); break;

@@ -92,8 +92,19 @@ void build_second(Run& run) {
     });
 }
 
+// A pivot that fails may be a weak one: its bus goes to the end of the order, and the matrix is built anew.
+int factor_reordering(Run& run, ScalarMatrix& a, void (*build)(Run&)) {
+    for (;;) {
+        build(run);
+        const int status = factor_scalar(a, run.mat.plain, run.cte.TSFR);
+        const int row = status - 1;
+        if (status == 0) tell_held_back(run);
+        if (status <= 0 || !hold_back(run, run.mat.plain, std::span(&row, 1))) return status;
+    }
+}
+
 bool factor_first(Run& run, std::string_view routine, int one_island) {
-    const int status = factor_scalar(run.mat.B1, run.mat.plain, run.cte.TSFR);
+    const int status = factor_reordering(run, run.mat.B1, build_first);
     if (status == 0) {
         run.mat.B1.state = FRESH;
         return true;
@@ -106,11 +117,21 @@ bool factor_first(Run& run, std::string_view routine, int one_island) {
 }
 
 bool factor_second(Run& run) {
-    build_second(run);
-    const int status = factor_scalar(run.mat.B2, run.mat.plain, run.cte.TSFR);
+    const int status = factor_reordering(run, run.mat.B2, build_second);
     if (status != 0) MSGPUT(run, "MATRIX", status < 0 ? 130 : 120);
     run.mat.B2.state = status == 0 ? FRESH : 0;
     return status == 0;
+}
+
+// B'', and B' before it when asked for or when B'' could not do with the order of B'.
+bool factor_pair(Run& run, bool first) {
+    for (;;) {
+        if (first && !factor_first(run, "MATRIX", 140)) return false;
+        const int order = run.mat.state.reorders;
+        if (!factor_second(run)) return false;
+        if (run.mat.state.reorders == order) return true;
+        first = true;
+    }
 }
 
 }  // namespace
@@ -143,21 +164,16 @@ double linear_element(const Store& s, int l) {
     return n ? v / s.tap.TAP(n) : v;
 }
 
-bool MATRIZ(Run& run) {
-    build_first(run);
-    return factor_first(run, "MATRIZ", 120);
-}
+bool MATRIZ(Run& run) { return factor_first(run, "MATRIZ", 120); }
 
 bool MATRIX(Run& run) {
     build_diagonal(run);
     if (run.opt["NEWT"_opt] && !run.opt["PART"_opt]) return true;
-    build_first(run);
-    if (!factor_first(run, "MATRIX", 140)) return false;
-    return factor_second(run);
+    return factor_pair(run, true);
 }
 
 bool rebuild_second(Run& run) {
-    if (factor_second(run)) return true;
+    if (factor_pair(run, false)) return true;
     run.store.sol.CONVSTAT = 3;
     return false;
 }

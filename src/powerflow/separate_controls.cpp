@@ -52,6 +52,12 @@ std::optional<TapMove> tap_move(const Run& run, int n, double error) {
     return TapMove{next, false};
 }
 
+// A pass of BCSOLV up to the factorisation.
+void assemble_separate(Run& run) {
+    assemble_network(run);
+    close_equations(run);
+}
+
 }  // namespace
 
 void adjust_remote(Run& run, bool decoupled) {
@@ -130,7 +136,7 @@ void BCSOLV(Run& run) {
             sol.CONVSTAT = 2;
         else {
             ++sol.NITP;
-            if (!iterate(run, "BCSOLV", {})) break;
+            if (!iterate(run, {"BCSOLV", {}, assemble_separate})) break;
         }
         if (sol.CONVSTAT > 1) break;
         if (run.opt["CREM"_opt]) adjust_remote(run, false);

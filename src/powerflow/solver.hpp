@@ -48,11 +48,20 @@ void change_tap(Run& run, int n, double t1);
 
 // --- islands
 
-/// Takes the islands without a slack out of service and notes their buses for OUTDBC. The store is compacted.
+/// Takes the islands without a slack out of service and notes their buses for print_listed. The store is compacted.
 /// Returns the number of buses.
 int remove_islands(Run& run);
-/// OUTDBC: the buses that remove_islands took out.
-void OUTDBC(Run& run);
+/// AREILH: an area that spans islands keeps its buses of the first of them; those of each other island go to a new area
+/// of the same name. True after any split. Warning -900 then; message 100: no room for a new area.
+bool AREILH(Run& run);
+/// IANG: every bus at angle 0, slacks apart, takes the angle of a bus that it is connected to; those without one are
+/// listed. Then the ends of jumpers take one angle and one voltage.
+void start_angles(Run& run);
+
+/// Buses for a report that lists them: one more, and the report of those noted, of rows 1 to 8 of the routine. OUTDBC
+/// lists what remove_islands took out, PWFANG what start_angles found no angle for.
+void list_bus(Run& run, int k);
+void print_listed(Run& run, std::string_view routine);
 
 // --- controls
 
@@ -143,9 +152,23 @@ bool control_generation(Run& run);
 void close_equations(Run& run);
 /// Whether all residuals are within their tolerances; under CILH those of every island that still runs.
 bool converged(Run& run);
-/// Factors, solves and corrects voltages, angles and the unknowns of the devices given. False when the iteration ends
-/// here: the matrix is singular, which has been told under the name of the routine, or CONVSTAT is 3.
-bool iterate(Run& run, std::string_view routine, std::span<const Device> acting);
+/// A Newton pass: the routine that messages name, the devices whose unknowns it corrects, and its assembly.
+struct Pass {
+    std::string_view routine;
+    std::span<const Device> devices;
+    void (*assemble)(Run&);
+};
+/// Factors, solves and corrects voltages, angles and the unknowns of the devices. False when the iteration ends here:
+/// the matrix is singular, which has been told, or CONVSTAT is 3. Warning -910: the solution could not be made exact.
+bool iterate(Run& run, const Pass& pass);
+
+/// Buses of weak pivots, by row, go to the end of a new order; the equations are to be assembled anew. False when there
+/// is nothing more to hold back, and the order is as before.
+bool hold_back(Run& run, Pattern& p, std::span<const int> weak);
+/// Says so, once in a solve, when a factorisation has come through in such an order. Warning OPTIMO -900.
+void tell_held_back(Run& run);
+/// A new solve: no bus is held back, nothing is refined.
+void forget_weak_pivots(Run& run);
 
 /// STPO: the multiplier of the correction into XMI, under CILH into XMI2 of every island.
 void choose_step(Run& run);

@@ -1,6 +1,8 @@
 // Block factorisation and solution over the fixed pattern of the network.
 #include "powerflow/sparse.hpp"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -48,6 +50,14 @@ inline Four& four(Block& b) { return reinterpret_cast<Four&>(b); }
 #define UPPER_ROW(x) __builtin_shufflevector(x, x, 0, 0, 2, 2)
 #define LOWER_ROW(x) __builtin_shufflevector(x, x, 1, 1, 3, 3)
 
+/// a takes the size of each number of b that is greater.
+[[gnu::always_inline]] inline void keep_larger(Four& a, const Four& b) {
+    typedef long long Bits __attribute__((vector_size(32), may_alias));
+    constexpr long long SIZE = 0x7fffffffffffffff;
+    const Four size = reinterpret_cast<Four>(reinterpret_cast<const Bits&>(b) & Bits{SIZE, SIZE, SIZE, SIZE});
+    a = size > a ? size : a;
+}
+
 /// Column a of the entries from e to end is eliminated; its entry e, at row i, now changes column i: the blocks at
 /// the rows that follow e. `target(b)` is the entry that takes the product of e and b.
 ///
@@ -67,7 +77,7 @@ template <class Target>
 }
 
 /// The rows of a block factorisation; 0, or 1 + the row whose pivot fails.
-VECTOR_CLONES int factor_rows(BlockPair* fat, Block* diagonal, const Pattern& p, double tolerance) {
+VECTOR_CLONES int factor_rows(BlockPair* fat, Block* diagonal, const Pattern& p, double tolerance, WeakPivots& weak) {
     const int n = p.N;
     const int* const column = p.column.data();
     const int* const row = p.row.data();
@@ -81,13 +91,17 @@ VECTOR_CLONES int factor_rows(BlockPair* fat, Block* diagonal, const Pattern& p,
         diagonal[k] = inverse;
         const int begin = column[k], end = column[k + 1];
         const Four i0 = UPPER_ROW(four(inverse)), i1 = LOWER_ROW(four(inverse));
+        Four size = {0, 0, 0, 0};
         for (int e = begin; e < end; ++e) {
             const Four l = four(fat[e].L), u = four(fat[e].U);
             const Four scaled = LEFT_COLUMN(l) * i0 + RIGHT_COLUMN(l) * i1;
             four(fat[e].L) = scaled;
+            keep_larger(size, scaled);
             Four& to = four(diagonal[row[e]]);
             to = to - LEFT_COLUMN(scaled) * UPPER_ROW(u) - RIGHT_COLUMN(scaled) * LOWER_ROW(u);
         }
+        if (std::max(std::max(size[0], size[1]), std::max(size[2], size[3])) > WEAK) [[unlikely]]
+            weak.add(k);
         for (int e = begin; e + 1 < end; ++e) {
             if (const int at = aim[e]; at == SAME_ROWS) {
                 const int shift = column[row[e]] - (e + 1);
@@ -136,12 +150,64 @@ VECTOR_CLONES void solve_rows(const BlockPair* fat, const Block* diagonal, const
 }  // namespace
 
 int factor_blocks(Matrices& m, const Pattern& p, double tolerance) {
+    m.weak.n = 0;
     if (p.capacity != 0) return p.capacity;
-    return factor_rows(m.fat.data(), m.diagonal.data(), p, tolerance);
+    return factor_rows(m.fat.data(), m.diagonal.data(), p, tolerance, m.weak);
 }
 
 void solve_blocks(Matrices& m, const Pattern& p, int first) {
     solve_rows(m.fat.data(), m.diagonal.data(), p, m.side.data(), first);
+}
+
+void keep_equations(Matrices& m, const Pattern& p) {
+    std::copy_n(m.fat.begin(), p.column[std::size_t(p.N)], m.fat_kept.begin());
+    std::copy_n(m.diagonal.begin(), p.N, m.diagonal_kept.begin());
+    std::copy_n(m.side.begin(), p.N, m.side_kept.begin());
+}
+
+namespace {
+
+/// b -= A x over one block.
+void take_off(Sides& b, const Block& a, const Sides& x) {
+    b.DELTA -= a.H * x.DELTA + a.N * x.WORK;
+    b.WORK -= a.J * x.DELTA + a.L * x.WORK;
+}
+
+double size_of(const Sides* b, int n) {
+    double largest = 0;
+    for (int i = 0; i < n; ++i) largest = std::max({largest, std::abs(b[i].DELTA), std::abs(b[i].WORK)});
+    return largest;
+}
+
+}  // namespace
+
+double refine_solution(Matrices& m, const Pattern& p) {
+    constexpr int ROUNDS = 5;
+    constexpr double SMALL = 1e-12;  // of the right-hand side: some hundred times its rounding
+    const double whole = size_of(m.side_kept.data(), p.N);
+    std::copy_n(m.side.begin(), p.N, m.correction.begin());
+    for (int round = 0;; ++round) {
+        std::copy_n(m.side_kept.begin(), p.N, m.side.begin());
+        for (int k = 0; k < p.N; ++k) {
+            const auto r = std::size_t(k);
+            take_off(m.side[r], m.diagonal_kept[r], m.correction[r]);
+            for (int e = p.column[r]; e < p.column[r + 1]; ++e) {
+                const auto i = std::size_t(p.row[std::size_t(e)]);
+                take_off(m.side[r], m.fat_kept[std::size_t(e)].U, m.correction[i]);
+                take_off(m.side[i], m.fat_kept[std::size_t(e)].L, m.correction[r]);
+            }
+        }
+        const double left = size_of(m.side.data(), p.N);
+        if (!(left > SMALL * whole) || round == ROUNDS) {
+            std::copy_n(m.correction.begin(), p.N, m.side.begin());
+            return whole > 0 ? left / whole : 0;
+        }
+        solve_blocks(m, p);
+        for (int k = 0; k < p.N; ++k) {
+            m.correction[std::size_t(k)].DELTA += m.side[std::size_t(k)].DELTA;
+            m.correction[std::size_t(k)].WORK += m.side[std::size_t(k)].WORK;
+        }
+    }
 }
 
 }  // namespace korvane

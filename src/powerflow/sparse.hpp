@@ -7,6 +7,7 @@
 #pragma once
 #include <array>
 #include <cstddef>
+#include <span>
 
 #include "frame/run.hpp"
 #include "network/limits.hpp"
@@ -105,6 +106,18 @@ struct Residuals {
     double DS, DM;  // automatic shunts; motors
 };
 
+/// Pivots that a factorisation found weak: entries of their column exceed WEAK times the pivot, so that what the other
+/// rows hold is lost in it. Nothing is searched inside the factorisation; the bus has to go later.
+constexpr double WEAK = 1e6;
+struct WeakPivots {
+    int n;                    // noted, as far as there is room
+    std::array<int, 64> row;  // of the factors, from 0
+    void add(int r) {
+        if (n < int(row.size())) row[std::size_t(n++)] = r;
+    }
+    std::span<const int> rows() const { return {row.data(), std::size_t(n)}; }
+};
+
 /// What the solvers carry from step to step. All zero at the start of a run.
 struct SolverState {
     int resolve;                      // internal solve mark: number of the contingency, -1 for an inner solve, 0 else
@@ -118,6 +131,11 @@ struct SolverState {
     double XMF;                       // smallest ratio by which a step was cut
     int NITLF, sum_p, sum_q, sum_dc;  // outer iterations; iterations summed over them
     int nlimq;
+    int reorders;               // for weak pivots, in this solve
+    int nlate;                  // buses that the order holds back for their weak pivots
+    int first_late;             // the first of them, 0 for none
+    bool late_told;             // it has been told
+    bool refine;                // weak pivots are left: solutions are compared with the equations, and refined
     std::array<int, 50> ILIMQ;  // buses switched since the last line of the report; minus: a tap
 };
 
@@ -171,6 +189,11 @@ struct Matrices {
     std::array<BlockPair, MXFAT> fat;
     std::array<Block, MXROW> diagonal;
     std::array<Sides, MXROW> side;
+    WeakPivots weak;                        // of the last factorisation
+    std::array<bool, MXEQ> late;            // buses that the order holds back, by bus
+    std::array<BlockPair, MXFAT> fat_kept;  // the equations before the factorisation, while solutions are refined
+    std::array<Block, MXROW> diagonal_kept;
+    std::array<Sides, MXROW> side_kept, correction;
     std::array<Sides, MXROW> mismatch;  // the right-hand side before the solution, under STPO
 
     ScalarMatrix B1, B2;          // B' and B''
@@ -192,9 +215,12 @@ struct Matrices {
         Table<bool, MXBUS> moved;               // a control between iterations has moved the voltage of the bus
         Table<double, MXILH> angle;             // angle of the slack of an island, rad
         Table<double, MXBUS> power;             // active power injected at a bus whatever the angles, pu
-        Table<int, MXBUS> queue, removed;       // of the island search; external numbers of removed buses
-        Table<Text<12>, MXBUS> removed_name;
-        int nremoved;
+        Table<int, MXBUS> queue;                // of a search over buses
+        Table<int, MXBUS> path, next;           // of a search in depth: buses, places in their lists of branches
+        Table<unsigned char, MXBUS> mark;       // state of a bus in a search
+        int nlisted;                            // buses that a report is to list
+        Table<int, MXBUS> listed;               // their external numbers
+        Table<Text<12>, MXBUS> listed_name;
     } work;
     ControlWork control;
     SolverState state;
@@ -206,12 +232,13 @@ enum class OrderFault { none, cells, fill, entries };
 /// Minimum degree with updated degrees. Among buses of one degree the first in goes first: in the beginning the
 /// lowest index; a bus whose degree was updated goes behind. Sets NORDER and NFAT, and, when the entries fit, the
 /// rows, the fill and the slots of all branches. n buses, nbr branches of which those with on take part. The lists live
-/// in the first `pool` cells of the work space, and move together when these are used up.
+/// in the first `pool` cells of the work space, and move together when these are used up. Buses marked in `late`, if
+/// given, go behind all others.
 OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to,
-                      const bool* on, int pool = MXPOOL);
+                      const bool* on, const bool* late = nullptr, int pool = MXPOOL);
 
 /// OPTIMO: the order of the plain network or, when the augmented equations have rows of their own, of these.
-/// Messages 100, 120, 130 (with the count of entries); false after any of them.
+/// Messages 100, 120, 130 (with the count of entries); false after any of them. Buses marked late go last.
 bool OPTIMO(Run& run, Pattern& p, int n, int nbr);
 
 /// To zero before an assembly: all blocks off the diagonal, or those that no branch writes.
@@ -219,17 +246,24 @@ void clear_blocks(Matrices& m, const Pattern& p);
 void clear_fill(Matrices& m, const Pattern& p);
 
 /// Factorisation in place over the fixed pattern. 0; k: pivot of elimination position k is not above the tolerance;
-/// -k: entries exhausted at row k; N + 1: a row has too many columns. After a failure nothing may be solved.
+/// -k: entries exhausted at row k; N + 1: a row has too many columns. After a failure nothing may be solved. Weak
+/// pivots are noted in m.weak.
 int factor_blocks(Matrices& m, const Pattern& p, double tolerance);
 
 /// Solution with the factors, in place in m.side. Right-hand sides before row `first` are zero.
 void solve_blocks(Matrices& m, const Pattern& p, int first = 0);
+
+/// Refinement: the equations set aside before their factorisation, and after the solution the residual solved for until
+/// it is small beside the right-hand side. Returns the ratio of the two that is left.
+void keep_equations(Matrices& m, const Pattern& p);
+double refine_solution(Matrices& m, const Pattern& p);
 
 /// The scalar twins. factor: 0, k or -k as above. solve: in place in x.
 int factor_scalar(ScalarMatrix& a, const Pattern& p, double tolerance);
 void solve_scalar(const ScalarMatrix& a, const Pattern& p, double* x, int first = 0);
 
 /// The pattern that the present solution works on.
+inline Pattern& pattern(Run& run) { return run.mat.state.augmented ? run.mat.augmented : run.mat.plain; }
 inline const Pattern& pattern(const Run& run) { return run.mat.state.augmented ? run.mat.augmented : run.mat.plain; }
 
 /// Element of B' of a branch: its susceptance without resistance and without tap, pu (negative when inductive).

@@ -44,7 +44,7 @@ public:
             g.on = std::make_unique<bool[]>(g.from.size() + 1);
             std::fill_n(g.on.get(), g.from.size(), true);
         }
-        return find_order(p, m.space, g.n, g.branches(), g.from.data(), g.to.data(), g.on.get(), pool);
+        return find_order(p, m.space, g.n, g.branches(), g.from.data(), g.to.data(), g.on.get(), nullptr, pool);
     }
     std::vector<int> positions() const {
         std::vector<int> list;
