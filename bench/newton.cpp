@@ -2,6 +2,8 @@
 // solved first and compared with its reference, so a benchmark that runs is also a solution that is right.
 #include <benchmark/benchmark.h>
 
+#include <chrono>
+
 #include "powerflow/solver.hpp"
 #include "support/fixture.hpp"
 #include "support/reference.hpp"
@@ -61,6 +63,41 @@ void ordering(benchmark::State& state, const char* name) {
         benchmark::DoNotOptimize(find_order(run.mat.plain, run.mat.space, run.store.bus.NB, b.NL, b.NFROM.data(),
                                             b.NTO.data(), b.STLIN.data()));
     state.counters["entries"] = run.mat.plain.NFAT;
+}
+
+// The linear flow from the deck: PWFSOL with LFDC.
+void linear(benchmark::State& state, const char* name) {
+    if (!prepared(state, name)) return;
+    Session fresh(testing::reference_deck(name, ""), {.print_file = true});
+    Run& run = fresh.run;
+    run.opt.clear("RCVG"_opt);
+    run.opt.clear("NEWT"_opt);
+    run.opt.set("LFDC"_opt);
+    for (auto _ : state) PWFSOL(run);
+    if (run.store.sol.CONVSTAT != 1) state.SkipWithError("not solved");
+}
+
+// Half iterations of the decoupled method, mismatch and angles across branches with each: the time is that of one half.
+void half(benchmark::State& state, const char* name) {
+    constexpr int EACH = 10;  // P halves, and Q halves
+    Prepared* const n = prepared(state, name);
+    if (!n) return;
+    Run& run = n->session.run;
+    const Constants cte = run.cte;
+    run.opt.clear("NEWT"_opt);
+    if (!MATRIX(run)) state.SkipWithError("singular");
+    run.cte.ACIT = EACH;
+    run.cte.TEPA = run.cte.TEPR = 0;
+    for (auto _ : state) {
+        const auto begin = std::chrono::steady_clock::now();
+        solve_decoupled(run);
+        const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - begin;
+        if (run.store.sol.NITP != EACH || run.store.sol.NITQ != EACH) state.SkipWithError("other halves");
+        state.SetIterationTime(spent.count() / (2 * EACH));
+    }
+    run.cte = cte;
+    run.opt.set("NEWT"_opt);
+    n->restore();
 }
 
 // One iteration: angles across branches, assembly with the scan of mismatches, factorisation, solution, correction.
@@ -142,6 +179,10 @@ void solve_from_the_deck(benchmark::State& state, const char* name) {
     BENCHMARK_CAPTURE(f, case2869, "case2869pegase")->Unit(benchmark::kMicrosecond); \
     BENCHMARK_CAPTURE(f, case9241, "case9241pegase")->Unit(benchmark::kMicrosecond); \
     BENCHMARK_CAPTURE(f, case13659, "case13659pegase")->Unit(benchmark::kMicrosecond)
+#define NETWORKS_BY_HAND(f)                                                                           \
+    BENCHMARK_CAPTURE(f, case2869, "case2869pegase")->Unit(benchmark::kMicrosecond)->UseManualTime(); \
+    BENCHMARK_CAPTURE(f, case9241, "case9241pegase")->Unit(benchmark::kMicrosecond)->UseManualTime(); \
+    BENCHMARK_CAPTURE(f, case13659, "case13659pegase")->Unit(benchmark::kMicrosecond)->UseManualTime()
 NETWORKS(iteration);
 NETWORKS(angles);
 NETWORKS(assembly);
@@ -149,6 +190,8 @@ NETWORKS(factorisation);
 NETWORKS(solution);
 NETWORKS(ordering);
 NETWORKS(solve_from_the_deck);
+NETWORKS(linear);
+NETWORKS_BY_HAND(half);
 BENCHMARK_CAPTURE(solve_from_the_deck, caseACTIVSg10k, "case_ACTIVSg10k")->Unit(benchmark::kMicrosecond);
 
 }  // namespace

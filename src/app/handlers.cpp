@@ -1,5 +1,6 @@
 #include "app/handlers.hpp"
 
+#include "cards/cards.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
 #include "platform/files.hpp"
@@ -43,6 +44,9 @@ void newton_for_series_devices(Run& run) {
     run.opt.clear("LFDC"_opt);
 }
 
+/// The seam to the balance of areas and islands: until it is worked out, what a change of load left is not shared.
+void share_balance(Run& run, bool) { run.store.sol.CONVSTAT = 4; }
+
 template <class T>
 T bytes_as(const char* p) {
     T v;
@@ -58,6 +62,8 @@ void constants_block(Run& run) {
     if (read.jumpers) JUMPER(run);
     if (run.opt["IMPR"_opt]) OUTCTE(run);
 }
+
+void load_change(Run& run) { run.opt["ACLS"_opt] ? INPACL(run, share_balance) : INPANC(run, share_balance); }
 
 void solve_power_flow(Run& run) {
     newton_for_series_devices(run);
@@ -80,6 +86,11 @@ void solve_power_flow(Run& run) {
 void print_reports(Run& run) {
     report_dispatch(run);
     monitoring_reports(run);
+}
+
+void write_deck(Run& run) {
+    if (run.units.cards) run.units.cards->rewind();
+    CART(run);
 }
 
 void run_services(Run& run) {

@@ -8,12 +8,18 @@ namespace korvane {
 /// (ZMIN), and with IMPR the report of the constants.
 void constants_block(Run& run);
 
+/// DANC: a change of load, by area or with ACLS by selection; with BPAR or BPSI it is shared out between generators.
+void load_change(Run& run);
+
 /// EXLF: solves the network; after an answer without errors KNTRL 16 is true and the reports of the line are printed.
 /// A network that diverges is an answer; one that cannot be solved at all is an error, and INTERR decides.
 void solve_power_flow(Run& run);
 
 /// RELA: the reports of the line.
 void print_reports(Run& run);
+
+/// CART: the deck, from the beginning of the card unit.
+void write_deck(Run& run);
 
 /// SERV: the services that the options of the line name.
 void run_services(Run& run);

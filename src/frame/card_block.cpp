@@ -193,7 +193,14 @@ bool Reader::spread(void* card) {
         at = end + 1;
         while (!item.empty() && item.front() == ' ') item.remove_prefix(1);
         while (!item.empty() && item.back() == ' ') item.remove_suffix(1);
-        if (item.size() >= 2 && item.front() == '"' && item.back() == '"') item = item.substr(1, item.size() - 2);
+        std::string unquoted;
+        if (item.size() >= 2 && item.front() == '"' && item.back() == '"') {
+            for (std::size_t i = 1; i + 1 < item.size(); ++i) {
+                unquoted += item[i];
+                if (item[i] == '"' && i + 2 < item.size() && item[i + 1] == '"') ++i;  // "" is a quote in the text
+            }
+            item = unquoted;
+        }
         good &= !quoted;
 
         if (operation_due && (field == slots_.size() || slots_[field].first > operation_column_)) {

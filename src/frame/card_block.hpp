@@ -51,7 +51,7 @@ template <class C>
 struct Field {
     int first, last;
     std::variant<int C::*, double C::*, char C::*, Text<2> C::*, Text<4> C::*, Text<12> C::*, Text<20> C::*,
-                 Text<36> C::*, Parts C::*>
+                 Text<36> C::*, Text<46> C::*, Parts C::*>
         into;
     Rules rules{};
 };
@@ -188,9 +188,10 @@ struct OperationColumn {
     int column = 0;                    // 0: the block only changes rows
     std::string_view letters = "A  ";  // letters for add, delete, modify; blank: none
     int refusal = 0;
-    int extra_on_delete = 0;  // message of a delete card with more than its key
-    int words = 12;           // rows of FMTROT with the four words of the echo
-    bool letters_only = false;
+    int extra_on_delete = 0;               // message of a delete card with more than its key
+    int words = 12;                        // rows of FMTROT with the four words of the echo
+    bool letters_only = false;             // digits are no operations
+    Operation always = Operation::modify;  // what the cards of a block without the column do
 };
 
 /// Rows of FMTROT of one kind of card: heading and echo in 132 and in 80 columns, the guide shown at the console after
@@ -210,9 +211,9 @@ struct Block {
     int format_error = 0, end_error = 0;
     /// Finds the row; refuses cards whose element is missing, or exists already.
     std::function<void(Run&, Edit<C>&)> locate = {};
-    /// The row as a card: the inverse of apply.
+    /// The row as a card: the inverse of apply. A block that changes no rows has none.
     std::function<C(Run&, const Edit<C>&)> stored = {};
-    /// The rules, in the order of their messages.
+    /// The rules, in the order of their messages, where locate does not test them all.
     std::function<void(Run&, Edit<C>&)> check = {};
     /// The only writer; runs on a clean card.
     std::function<void(Run&, Edit<C>&)> apply = {};
@@ -341,7 +342,7 @@ Ended CardList<C>::next() {
     if (!block_.last_card.empty() && reader_.begins_with(block_.last_card)) return Ended::last_card;
     e_.card = C{};
     e_.row = 0;
-    e_.op = Operation::modify;
+    e_.op = block_.operation.always;
     applied_ = false;
     if (block_.commas_from && !block_.free_list) DECPNT(run_.CARD.at, 132, block_.commas_from);
     const bool decoded = reader_.decode_card(&e_.card);
@@ -375,11 +376,11 @@ void CardList<C>::work_off() {
     if (run_.msg.errors_wait()) return;
     if (e_.adds()) {
         reader_.fill(&e_.card, &defaults_, has_default_);
-    } else {
+    } else if (block_.stored) {
         e_.stored = block_.stored(run_, e_);
         if (e_.modifies()) reader_.fill(&e_.card, &e_.stored, all_);
     }
-    block_.check(run_, e_);
+    if (block_.check) block_.check(run_, e_);
     if (run_.msg.errors_wait()) return;
     block_.apply(run_, e_);
     applied_ = true;

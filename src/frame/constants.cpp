@@ -188,28 +188,26 @@ void change_base(C& cte, double base) {
     cte.RBASE = 1.0 / base;
 }
 
-constexpr PairCard DCTE{.pairs = 6, .period = 12, .value_at = 6, .value_width = 6};
-
 /// Values of a block in card units, by row of the table.
 using Given = std::array<std::optional<double>, std::size_t(ROWS)>;
 
 void read_card(Run& run, Card& card, Given& given) {
-    std::array<double, DCTE.pairs> values{};
-    for (int i = 1; i <= DCTE.pairs; ++i) RJUST(DCTE.value(card, i), DCTE.value_width);
+    std::array<double, DCTE_CARD.pairs> values{};
+    for (int i = 1; i <= DCTE_CARD.pairs; ++i) RJUST(DCTE_CARD.value(card, i), DCTE_CARD.value_width);
     const Target targets[] = {&values[0], &values[1], &values[2], &values[3], &values[4], &values[5]};
     if (refuse(run, !run.fmt.rot(2).read(card.view(), targets), 120)) {
         if (run.units.interactive()) print_rot(run, EchoRows{}.guide, {});
         return;
     }
-    for (int i = 1; i <= DCTE.pairs; ++i) {
-        char* const name = DCTE.name(card, i);
+    for (int i = 1; i <= DCTE_CARD.pairs; ++i) {
+        char* const name = DCTE_CARD.name(card, i);
         if (blank({name, 4})) continue;
         const int row = row_of({name, 4});
         const double v = values[std::size_t(i - 1)];
         if (refuse(run, row < 0, 110)) {
             mark_wrong(name, 4);
         } else if (refuse(run, !usable(row, v), 100)) {
-            mark_wrong(DCTE.value(card, i), DCTE.value_width);
+            mark_wrong(DCTE_CARD.value(card, i), DCTE_CARD.value_width);
         } else {
             given[std::size_t(row)] = v;
         }
@@ -265,7 +263,7 @@ void Constants::reset() {
 ConstantsRead INPCTE(Run& run) {
     card_detail::open_block(run, "INPCTE");
     Given given{};
-    const bool ended = each_pair_card(run, DCTE, [&](Card& card) { read_card(run, card, given); });
+    const bool ended = each_pair_card(run, DCTE_CARD, [&](Card& card) { read_card(run, card, given); });
     ConstantsRead read;
     if (ended)
         read = apply_constants(run, given);

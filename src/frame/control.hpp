@@ -85,8 +85,8 @@ void INPTIT(Run& run);
 void IOCONT(Run& run);
 /// INPMAC: reads macro definitions. Messages 100 to 160, -900.
 void INPMAC(Run& run);
-/// The macro file: in the macro directory, else in the working directory; nothing when neither holds one. The first macro
-/// that is to be kept makes one in the working directory.
+/// The macro file: in the macro directory, else in the working directory; nothing when neither holds one. The first
+/// macro that is to be kept makes one in the working directory.
 std::optional<std::string> macro_file(const Run& run);
 /// Reads the definitions of the macro file up to its end. Its messages are printed.
 void read_macro_file(Run& run, TextSource& file);

@@ -38,12 +38,11 @@ struct NameIndex {
 };
 constexpr NameIndex INDEX;
 
-constexpr PairCard DOPC{.pairs = 10, .period = 7, .value_at = 6, .value_width = 1};
 constexpr int LAST_DEFAULT = 352;  // the last option that may have a default
 
 void set_default(Run& run, Card& card, int i, bool& bad_state, bool& bad_name) {
-    char* const state = DOPC.value(card, i);
-    char* const name = DOPC.name(card, i);
+    char* const state = DOPC_CARD.value(card, i);
+    char* const name = DOPC_CARD.name(card, i);
     const int option = find_option({name, 4});
     const bool known = option >= 2 && option <= LAST_DEFAULT;
     const bool on = *state == 'L' || *state == ' ';
@@ -76,10 +75,10 @@ void Options::reset() {
 
 void INPOPT(Run& run) {
     card_detail::open_block(run, "INPOPT");
-    const bool ended = each_pair_card(run, DOPC, [&](Card& card) {
+    const bool ended = each_pair_card(run, DOPC_CARD, [&](Card& card) {
         bool any = false, bad_state = false, bad_name = false;
-        for (int i = 1; i <= DOPC.pairs; ++i) {
-            if (blank({DOPC.name(card, i), 4})) continue;
+        for (int i = 1; i <= DOPC_CARD.pairs; ++i) {
+            if (blank({DOPC_CARD.name(card, i), 4})) continue;
             any = true;
             set_default(run, card, i, bad_state, bad_name);
         }

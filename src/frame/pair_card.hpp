@@ -28,6 +28,9 @@ struct PairCard {
     }
 };
 
+constexpr PairCard DOPC_CARD{.pairs = 10, .period = 7, .value_at = 6, .value_width = 1};
+constexpr PairCard DCTE_CARD{.pairs = 6, .period = 12, .value_at = 6, .value_width = 6};
+
 /// Marks a field of the card as wrong: question marks in all its columns.
 inline void mark_wrong(char* field, int width) { std::memset(field, '?', std::size_t(width)); }
 

@@ -1,5 +1,5 @@
 // DARE: interchange, its bounds and the names of areas.
-#include "frame/card_block.hpp"
+#include "network/card_forms.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
 
@@ -16,8 +16,11 @@ using C = AreaCard;
 using AreaEdit = Edit<AreaCard>;
 
 constexpr Field<AreaCard> DARE[] = {
-    {1, 3, &C::number, {.key = true}},           {8, 13, &C::interchange, {.unit = Scale::power}}, {19, 54, &C::name},
-    {56, 61, &C::least, {.unit = Scale::power}}, {63, 68, &C::greatest, {.unit = Scale::power}},
+    {1, 3, &C::number, {.key = true}},
+    {8, 13, &C::interchange, {.unit = Scale::power}},
+    {19, 54, &C::name},
+    {56, 61, &C::least, {.add = "0", .unit = Scale::power}},  // of a new area
+    {63, 68, &C::greatest, {.add = "0", .unit = Scale::power}},
 };
 static_assert(well_formed(DARE));
 
@@ -28,10 +31,12 @@ void locate(Run& run, AreaEdit& e) {
     refuse(run, e.row == 0, 110, number, element::number);
 }
 
-AreaCard stored(Run& run, const AreaEdit& e) {
+AreaCard card_of(const Run& run, int row) {
     const AreaTables& t = run.store.area;
-    return {t.NAINT(e.row), t.AREINT(e.row), t.EXCMIN(e.row), t.EXCMAX(e.row), t.ARNAME(e.row)};
+    return {t.NAINT(row), t.AREINT(row), t.EXCMIN(row), t.EXCMAX(row), t.ARNAME(row)};
 }
+
+AreaCard stored(Run& run, const AreaEdit& e) { return card_of(run, e.row); }
 
 void check(Run& run, AreaEdit& e) {
     const AreaCard& c = e.card;
@@ -59,6 +64,8 @@ void balance(Run& run) {
 }
 
 }  // namespace
+
+CardForm area_cards(Run& run) { return card_form<AreaCard>(run, "INPARE", DARE, card_of); }
 
 void INPARE(Run& run) {
     const Block<AreaCard> block = {

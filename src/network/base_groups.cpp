@@ -1,5 +1,5 @@
 // DGBT: base voltages of the groups that buses belong to.
-#include "frame/card_block.hpp"
+#include "network/card_forms.hpp"
 #include "network/network.hpp"
 #include "network/set_points.hpp"
 
@@ -25,7 +25,9 @@ void locate(Run& run, BaseEdit& e) {
     refuse(run, e.row == 0, 100);
 }
 
-BaseCard stored(Run& run, const BaseEdit& e) { return {run.store.gbt.GBTEN(e.row), run.store.gbt.BASET(e.row)}; }
+BaseCard card_of(const Run& run, int row) { return {run.store.gbt.GBTEN(row), run.store.gbt.BASET(row)}; }
+
+BaseCard stored(Run& run, const BaseEdit& e) { return card_of(run, e.row); }
 
 void check(Run& run, BaseEdit& e) { refuse(run, !e.given(&C::baset) || e.card.baset <= 0, 110); }
 
@@ -45,6 +47,8 @@ void limit_branch_ends(Run& run) {
 }
 
 }  // namespace
+
+CardForm base_group_cards(Run& run) { return card_form<BaseCard>(run, "INPGBT", DGBT, card_of); }
 
 void INPGBT(Run& run) {
     const Block<BaseCard> block = {

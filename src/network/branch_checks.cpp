@@ -1,5 +1,6 @@
 // DLIN, branches: what must be true of a card, in the order of the messages.
 #include "frame/decimal.hpp"
+#include "network/aggregator_fields.hpp"
 #include "network/branch_data.hpp"
 
 namespace korvane {
@@ -37,7 +38,7 @@ void BranchBlock::check(BranchEdit& e) {
     check_controlled_bus(e);
     check_ratings(e);
     check_positions(e);
-    check_aggregators(e);
+    check_aggregators(run, e, &C::aggregators, 610);
     say(e.modifies() && LTYPE_ == 0 && tap_typed_ && s.branch.LITRF(e.row) != 0, 567);
 }
 
@@ -150,16 +151,6 @@ void BranchBlock::check_ratings(BranchEdit& e) {
         } else if (e.adds()) {
             e.amend(other, c.normal);
         }
-    }
-}
-
-void BranchBlock::check_aggregators(const BranchEdit& e) {
-    for (int k : rows(MXAGR)) {
-        const int id = e.card.aggregators[std::size_t(k - 1)];
-        if (id == 0 || !e.given(&C::aggregators, k)) continue;
-        const int first = 610 + 20 * (k - 1);
-        if (!refuse(run, id < 0, first, id, element::number))
-            refuse(run, s.agr.row(k, id) == 0, first + 10, id, element::number);
     }
 }
 

@@ -2,13 +2,15 @@
 #include "network/branch_data.hpp"
 
 #include "frame/decimal.hpp"
+#include "network/aggregator_fields.hpp"
+#include "network/card_forms.hpp"
 #include "network/set_points.hpp"
 
 namespace korvane {
 
 namespace {
 
-constexpr Field<BranchCard> DLIN[] = {
+constexpr Field<BranchCard> OWN_FIELDS[] = {
     {1, 5, &BranchCard::from, {.key = true}},
     {6, 6, &BranchCard::from_state, {.add = "L", .letters = Letters::upper}},
     {10, 10, &BranchCard::to_state, {.add = "L", .letters = Letters::upper}},
@@ -28,39 +30,98 @@ constexpr Field<BranchCard> DLIN[] = {
     {69, 72, &BranchCard::emergency},
     {73, 74, &BranchCard::positions, {.zero_is_none = true}},
     {75, 78, &BranchCard::equipment},
-    {79, 81, &BranchCard::aggregators, {.zero_is_none = true, .part = 1}},
-    {82, 84, &BranchCard::aggregators, {.zero_is_none = true, .part = 2}},
-    {85, 87, &BranchCard::aggregators, {.zero_is_none = true, .part = 3}},
-    {88, 90, &BranchCard::aggregators, {.zero_is_none = true, .part = 4}},
-    {91, 93, &BranchCard::aggregators, {.zero_is_none = true, .part = 5}},
-    {94, 96, &BranchCard::aggregators, {.zero_is_none = true, .part = 6}},
-    {97, 99, &BranchCard::aggregators, {.zero_is_none = true, .part = 7}},
-    {100, 102, &BranchCard::aggregators, {.zero_is_none = true, .part = 8}},
-    {103, 105, &BranchCard::aggregators, {.zero_is_none = true, .part = 9}},
-    {106, 108, &BranchCard::aggregators, {.zero_is_none = true, .part = 10}},
 };
+constexpr auto DLIN = with_aggregators(OWN_FIELDS, &BranchCard::aggregators, 79, {.zero_is_none = true});
 static_assert(well_formed(DLIN));
 
-constexpr int MXCIR = 99;  // highest circuit of a pair of buses
+/// The number to twelve digits, which is as many as come back from the store whatever they were.
+double few_digits(double v) {
+    char digits[32];
+    const auto end = std::to_chars(digits, digits + sizeof digits, v, std::chars_format::scientific, 11).ptr;
+    std::from_chars(digits, end, v);
+    return v;
+}
 
 /// A number worked back from the store, without the last bits that the way there and back has cost: the number of at
 /// most twelve digits that it was, if it lies within a few units in the last place of one. So a card written from the
 /// store, and a card that changes one of two numbers, leave the other one as it was typed.
 double as_typed(double v) {
-    char digits[32];
-    const auto end = std::to_chars(digits, digits + sizeof digits, v, std::chars_format::scientific, 11).ptr;
-    double typed = v;
-    std::from_chars(digits, end, typed);
+    const double typed = few_digits(v);
     constexpr double few = 16 * std::numeric_limits<double>::epsilon();
     return std::abs(typed - v) <= few * std::abs(v) ? typed : v;
 }
 
 char letter(bool live) { return live ? 'L' : 'D'; }
 
-double rating(double mva) { return mva >= NO_RATING ? INFINITE_RATING : mva; }
-double shown_rating(double mva) { return mva >= NO_RATING ? NO_RATING : mva; }
+int phase_row_of(const Store& s, int l) {
+    const int type = s.branch.LTYPE(l);
+    return type == 2 || type == 4 || type == 6 ? s.branch.LITRF(l) : 0;
+}
+
+int tap_row_of(const Store& s, int l) {
+    if (const int p = phase_row_of(s, l)) return s.phs.NOPHS(p);
+    const int type = s.branch.LTYPE(l);
+    return type == 1 || type == 3 ? s.branch.LITRF(l) : 0;
+}
+
+/// Branch l as a card in its own direction.
+BranchCard branch_card(const Run& run, int l) {
+    const Store& s = run.store;
+    const BranchTables& b = s.branch;
+    BranchCard c{};
+    c.from = s.bus.NOINT(b.NFROM(l));
+    c.to = s.bus.NOINT(b.NTO(l));
+    c.circuit = b.NCIR(l);
+    c.from_state = letter(b.STLIND(l));
+    c.to_state = letter(b.STLINP(l));
+    c.state = letter(b.STLIN(l));
+    c.owner = b.OWNER(l) ? 'F' : 'T';
+    double t = 1;
+    if (const int n = tap_row_of(s, l)) {
+        t = s.tap.TAP(n);
+        c.tap = as_typed(1 / t);
+        c.tpmin = s.tap.TPMIN(n);
+        c.tpmax = s.tap.TPMAX(n);
+        if (const int k = s.tap.KBUS(n); k != 0 && c.tpmin > 0 && c.tpmax > 0)
+            c.controlled = k < 0 ? -s.bus.NOINT(-k) : s.bus.NOINT(k);
+        c.positions = s.tap.NTSTP(n);
+    }
+    // z = 1/y, and y/t is what the store holds
+    const double g = b.GKM(l), y = b.BKM(l), z = 100 * t / (g * g + y * y);
+    c.r = as_typed(g * z);
+    c.x = as_typed(-y * z);
+    c.charging = 2 * b.BC(l);
+    if (const int p = phase_row_of(s, l)) c.phase = s.phs.PHS(p);
+    c.normal = shown_rating(b.CAPAC(l));
+    c.emergency = shown_rating(b.CAPAE(l));
+    c.equipment = shown_rating(b.CAPAQ(l));
+    show_aggregators(s, b.IAGRCIR(l), c.aggregators);
+    return c;
+}
 
 }  // namespace
+
+int add_branch(Store& s, int from, int to, int circuit) {
+    BranchTables& b = s.branch;
+    const int l = add_row(b);
+    b.NFROM(l) = from;
+    b.NTO(l) = to;
+    b.NCIR(l) = circuit;
+    auto base = [&](int k) { return s.bus.NOGBT(k) ? s.gbt.BASET(s.bus.NOGBT(k)) : 1.0; };
+    b.VFXENRG(l) = upper_limit(base(from)).value_or(1.1);
+    b.VTXENRG(l) = upper_limit(base(to)).value_or(1.1);
+    return l;
+}
+
+void set_ratings(BranchTables& b, int l, double normal, double emergency, double equipment) {
+    auto rating = [](double mva) { return mva >= NO_RATING ? INFINITE_RATING : mva; };
+    b.CAPAC(l) = rating(normal);
+    b.CAPAE(l) = rating(emergency);
+    b.CAPAQ(l) = rating(equipment);
+    b.KAPAC(l) = int(std::lround(b.CAPAC(l)));
+    b.KAPAE(l) = int(std::lround(b.CAPAE(l)));
+    b.KAPAQ(l) = int(std::lround(b.CAPAQ(l)));
+}
 
 BranchBlock::BranchBlock(Run& of) : run(of), s(of.store), finder_(of.store), set_point_(set_points(of.store)) {
     remote_control_.assign(std::size_t(s.bus.NB) + 1, false);
@@ -70,16 +131,9 @@ BranchBlock::BranchBlock(Run& of) : run(of), s(of.store), finder_(of.store), set
     }
 }
 
-int BranchBlock::phase_row(int l) const {
-    const int type = s.branch.LTYPE(l);
-    return type == 2 || type == 4 || type == 6 ? s.branch.LITRF(l) : 0;
-}
+int BranchBlock::phase_row(int l) const { return phase_row_of(s, l); }
 
-int BranchBlock::tap_row(int l) const {
-    if (const int p = phase_row(l)) return s.phs.NOPHS(p);
-    const int type = s.branch.LTYPE(l);
-    return type == 1 || type == 3 ? s.branch.LITRF(l) : 0;
-}
+int BranchBlock::tap_row(int l) const { return tap_row_of(s, l); }
 
 void BranchBlock::locate(BranchEdit& e) {
     const BranchCard& c = e.card;
@@ -127,37 +181,11 @@ void BranchBlock::locate_old(BranchEdit& e) {
 
 BranchCard BranchBlock::stored(const BranchEdit& e) const {
     if (e.removes()) return {};
-    const BranchTables& b = s.branch;
-    const int l = e.row;
-    BranchCard c{};
-    c.from = e.card.from;
-    c.to = e.card.to;
-    c.circuit = b.NCIR(l);
-    c.from_state = letter(reversed_ ? b.STLINP(l) : b.STLIND(l));
-    c.to_state = letter(reversed_ ? b.STLIND(l) : b.STLINP(l));
-    c.state = letter(b.STLIN(l));
-    c.owner = b.OWNER(l) != reversed_ ? 'F' : 'T';
-    double t = 1;
-    if (const int n = tap_row(l)) {
-        t = s.tap.TAP(n);
-        c.tap = as_typed(1 / t);
-        c.tpmin = s.tap.TPMIN(n);
-        c.tpmax = s.tap.TPMAX(n);
-        if (const int k = s.tap.KBUS(n); k != 0 && c.tpmin < c.tpmax)
-            c.controlled = k < 0 ? -s.bus.NOINT(-k) : s.bus.NOINT(k);
-        c.positions = s.tap.NTSTP(n);
-    }
-    // z = 1/y, and y/t is what the store holds
-    const double g = b.GKM(l), y = b.BKM(l), z = 100 * t / (g * g + y * y);
-    c.r = as_typed(g * z);
-    c.x = as_typed(-y * z);
-    c.charging = 2 * b.BC(l);
-    if (const int p = phase_row(l)) c.phase = s.phs.PHS(p);
-    c.normal = shown_rating(b.CAPAC(l));
-    c.emergency = shown_rating(b.CAPAE(l));
-    c.equipment = shown_rating(b.CAPAQ(l));
-    for (int k : rows(MXAGR))
-        if (const int row = b.IAGRCIR(l)(k)) c.aggregators[std::size_t(k - 1)] = s.agr.NIDGAG(k)(row);
+    BranchCard c = branch_card(run, e.row);
+    if (!reversed_) return c;
+    std::swap(c.from, c.to);
+    std::swap(c.from_state, c.to_state);
+    c.owner = c.owner == 'F' ? 'T' : 'F';
     return c;
 }
 
@@ -173,30 +201,15 @@ void BranchBlock::apply(BranchEdit& e) {
         return;
     }
     if (e.adds()) {
-        add_row(b);
-        b.NFROM(l) = from_;
-        b.NTO(l) = to_;
-        b.NCIR(l) = c.circuit;
-        auto base = [&](int k) { return s.bus.NOGBT(k) ? s.gbt.BASET(s.bus.NOGBT(k)) : 1.0; };
-        b.VFXENRG(l) = upper_limit(base(from_)).value_or(1.1);
-        b.VTXENRG(l) = upper_limit(base(to_)).value_or(1.1);
+        add_branch(s, from_, to_, c.circuit);
         finder_.insert(l);
     }
     b.STLIN(l) = c.state == 'L';
     (reversed_ ? b.STLINP : b.STLIND)(l) = c.from_state == 'L';
     (reversed_ ? b.STLIND : b.STLINP)(l) = c.to_state == 'L';
     b.OWNER(l) = (c.owner == 'F') != reversed_;
-    b.CAPAC(l) = rating(c.normal);
-    b.CAPAE(l) = rating(c.emergency);
-    b.CAPAQ(l) = rating(c.equipment);
-    b.KAPAC(l) = int(std::lround(b.CAPAC(l)));
-    b.KAPAE(l) = int(std::lround(b.CAPAE(l)));
-    b.KAPAQ(l) = int(std::lround(b.CAPAQ(l)));
-    for (int k : rows(MXAGR))
-        if (e.adds() || e.given(&BranchCard::aggregators, k)) {
-            const int id = c.aggregators[std::size_t(k - 1)];
-            b.IAGRCIR(l)(k) = std::uint8_t(id ? s.agr.row(k, id) : 0);
-        }
+    set_ratings(b, l, c.normal, c.emergency, c.equipment);
+    take_aggregators(s, e, &BranchCard::aggregators, b.IAGRCIR(l));
     b.BC(l) = 0.5 * c.charging;
 
     // What the card leaves blank stays as it is to the last bit, so the admittance is worked out only when asked for.
@@ -207,6 +220,13 @@ void BranchBlock::apply(BranchEdit& e) {
         b.BKM(l) = y.b;
     }
     if (transformer_) write_tap(e, l);
+    if (e.modifies() && reversed_ && b.LTYPE(l) == 0 && b.LITRF(l)) turn_line_shunts(b.LITRF(l));
+}
+
+// A change card in the other direction turns the shunts on the ends of the line round with it.
+void BranchBlock::turn_line_shunts(int h) {
+    std::swap(s.shl.SHLFR(h), s.shl.SHLTO(h));
+    std::swap(s.shl.STSHLD(h), s.shl.STSHLP(h));
 }
 
 void BranchBlock::write_tap(const BranchEdit& e, int l) {
@@ -229,6 +249,7 @@ void BranchBlock::write_tap(const BranchEdit& e, int l) {
         t.VBUS(n) = set_point_[std::size_t(std::abs(controlled_))];
     }
     if (is_new) t.VBARRA(n) = t.VBUS(n);
+    if (tap_typed_) t.FATRF(n) = 1;  // a share in the control goes with the tap that it was given for
     t.NTSTP(n) = regulated_ ? c.positions : 0;
     // Where the control left the tap holds only while the tap is there.
     const bool at_limit = t.NTTAP(n) == 1   ? card_form(c.tap) == card_form(c.tpmax)
@@ -255,6 +276,28 @@ void BranchBlock::write_phase(const BranchEdit& e, int l) {
     reset_row(s.phs, p);
     s.phs.NOPHS(p) = n;
     s.phs.PHS(p) = e.card.phase;
+}
+
+namespace {
+
+CardPrinter<BranchCard> branch_printer(Run& run) {
+    return {run, "INPLIN", DLIN, {&BranchCard::circuit, &BranchCard::normal}};
+}
+
+}  // namespace
+
+CardForm branch_cards(Run& run) {
+    return [printer = branch_printer(run)](Run& r, int l) { printer.show(r, branch_card(r, l)); };
+}
+
+ListForm branch_lists(Run& run) {
+    return [printer = branch_printer(run)](Run& r, int l, std::string& text) {
+        constexpr int OPERATION = 8;
+        BranchCard c = branch_card(r, l);
+        for (double BranchCard::*const field : {&BranchCard::r, &BranchCard::x, &BranchCard::tap})
+            c.*field = few_digits(c.*field);
+        printer.list(text, c, OPERATION);
+    };
 }
 
 void INPLIN(Run& run) {

@@ -30,6 +30,16 @@ inline Admittance series_admittance(double r, double x, double a) {
     return {r * f * t, -x * f * t};
 }
 
+/// Highest circuit number between two buses.
+constexpr int MXCIR = 99;
+
+/// A new branch between two bus positions, with the voltage limits that its ends start with; returns its row.
+int add_branch(Store& s, int from, int to, int circuit);
+
+/// Ratings of branch l in MVA, NO_RATING and more meaning none, in both forms that the store holds.
+void set_ratings(BranchTables& b, int l, double normal, double emergency, double equipment);
+inline double shown_rating(double mva) { return std::min(mva, NO_RATING); }
+
 using BranchEdit = Edit<BranchCard>;
 
 /// The reader of branch data while it reads a block: the look-ups of the block, and what the checks of the present
@@ -50,6 +60,7 @@ private:
     void locate_old(BranchEdit& e);
     void write_tap(const BranchEdit& e, int l);
     void write_phase(const BranchEdit& e, int l);
+    void turn_line_shunts(int h);
     int tap_row(int l) const;
     int phase_row(int l) const;
     // branch_checks.cpp
@@ -62,7 +73,6 @@ private:
     void check_controlled_bus(BranchEdit& e);
     void check_positions(const BranchEdit& e);
     void check_ratings(BranchEdit& e);
-    void check_aggregators(const BranchEdit& e);
     // branch_data_end.cpp
     void drop_zero_phases();
 

@@ -1,62 +1,13 @@
 // DBAR: buses, and the generation, load, shunt and groups on the bus card. The end card is in bus_data_end.cpp.
-#include "frame/card_block.hpp"
+#include "network/aggregator_fields.hpp"
 #include "network/bus_block.hpp"
+#include "network/bus_card.hpp"
 #include "network/network.hpp"
 #include "network/set_points.hpp"
 
 namespace korvane {
 
 namespace {
-
-struct BusCard {
-    int number;
-    char state;
-    int type;
-    Text<2> base_group;
-    Text<12> name;
-    Text<2> limit_group;
-    double volt, angle;             // pu, rad
-    double pgen, qgen, qmin, qmax;  // pu; on type 3 qgen is the scheduled reactive generation
-    int control;                    // external number of the controlled bus
-    double pload, qload, shunt;     // pu
-    int area;                       // external number
-    double fvolt;                   // pu
-    int midpoint;
-    Parts aggregator;  // identifiers
-};
-
-constexpr Field<BusCard> DBAR[] = {
-    {1, 5, &BusCard::number, {.key = true}},
-    {7, 7, &BusCard::state, {.add = "L", .letters = Letters::upper}},
-    {8, 8, &BusCard::type, {.add = "0"}},
-    {9, 10, &BusCard::base_group, {.add = " 0", .letters = Letters::upper, .right = true}},
-    {11, 22, &BusCard::name},
-    {23, 24, &BusCard::limit_group, {.add = " 0", .letters = Letters::upper, .right = true}},
-    {25, 28, &BusCard::volt, {.add = "1.0"}},
-    {29, 32, &BusCard::angle, {.add = "0.", .unit = Scale::degrees}},
-    {33, 37, &BusCard::pgen, {.add = "0.", .unit = Scale::power}},
-    {38, 42, &BusCard::qgen, {.add = "0.", .unit = Scale::power}},
-    {43, 47, &BusCard::qmin, {.add = "0.", .unit = Scale::power, .tiny_is_zero = true}},
-    {48, 52, &BusCard::qmax, {.add = "0.", .unit = Scale::power, .tiny_is_zero = true}},
-    {53, 58, &BusCard::control},
-    {59, 63, &BusCard::pload, {.add = "0.", .unit = Scale::power}},
-    {64, 68, &BusCard::qload, {.add = "0.", .unit = Scale::power}},
-    {69, 73, &BusCard::shunt, {.add = "0.", .unit = Scale::power}},
-    {74, 76, &BusCard::area, {.add = "1"}},
-    {77, 80, &BusCard::fvolt, {.add = "1.0"}},
-    {81, 81, &BusCard::midpoint, {.add = "0"}},
-    {82, 84, &BusCard::aggregator, {.part = 1}},
-    {85, 87, &BusCard::aggregator, {.part = 2}},
-    {88, 90, &BusCard::aggregator, {.part = 3}},
-    {91, 93, &BusCard::aggregator, {.part = 4}},
-    {94, 96, &BusCard::aggregator, {.part = 5}},
-    {97, 99, &BusCard::aggregator, {.part = 6}},
-    {100, 102, &BusCard::aggregator, {.part = 7}},
-    {103, 105, &BusCard::aggregator, {.part = 8}},
-    {106, 108, &BusCard::aggregator, {.part = 9}},
-    {109, 111, &BusCard::aggregator, {.part = 10}},
-};
-static_assert(well_formed(DBAR));
 
 using BusEdit = Edit<BusCard>;
 
@@ -93,36 +44,7 @@ void locate(Run& run, BusEdit& e) {
     }
 }
 
-BusCard stored(Run& run, const BusEdit& e) {
-    Store& s = run.store;
-    const BusTables& b = s.bus;
-    const int k = e.row, g = s.map.NGADR(k), h = s.map.NSADR(k), r = control_row(s, k);
-    BusCard c{};
-    c.number = b.NOINT(k);
-    c.state = b.STBUS(k) ? 'L' : 'D';
-    c.type = std::abs(IBTYP(b.NTYPE(k)));
-    c.base_group = s.gbt.GBTEN(b.NOGBT(k));
-    c.name = b.BNAME(k);
-    c.limit_group = s.glt.GLTEN(b.NOGLT(k));
-    c.volt = b.VOLT(k);
-    c.angle = b.ANGLE(k);
-    if (g) {
-        c.pgen = s.gen.PGEN(g);
-        c.qgen = c.type == 3 ? s.gen.VGEN(g) : s.gen.QGEN(g);
-        c.qmin = s.gen.QMNO(g);
-        c.qmax = s.gen.QMXO(g);
-    }
-    c.control = r ? s.rcb.IRCB(r).at : c.number;
-    c.pload = b.PLOAD(k);
-    c.qload = b.QLOAD(k);
-    c.shunt = h ? s.sht.SHUNT(h) : 0.0;
-    c.area = s.area.NAINT(b.IAREA(k));
-    c.fvolt = b.FVOLT(k);
-    c.midpoint = b.IBMIDPOINT(k);
-    for (int i : rows(MXAGR))
-        if (const int row = b.IAGRBAR(k)(i)) c.aggregator[std::size_t(i - 1)] = s.agr.NIDGAG(i)(row);
-    return c;
-}
+BusCard stored(Run& run, const BusEdit& e) { return bus_card(run, e.row); }
 
 // Groups, area and voltages.
 void check_place(Run& run, BusEdit& e, const BusBlock& block) {
@@ -189,15 +111,6 @@ void check_control(Run& run, BusEdit& e, const BusBlock& block) {
     bad(run, e, remote && controlled && block.compensator[std::size_t(controlled)], 420);
 }
 
-// Aggregators: messages 480 and 490 for the first, 20 more for each one after it.
-void check_aggregators(Run& run, BusEdit& e) {
-    for (int i : rows(MXAGR)) {
-        const int id = e.card.aggregator[std::size_t(i - 1)];
-        if (id == 0) continue;
-        if (!bad(run, e, id < 0, 480 + 20 * (i - 1))) bad(run, e, !run.store.agr.row(i, id), 490 + 20 * (i - 1));
-    }
-}
-
 void check(Run& run, BusEdit& e, const BusBlock& block) {
     const Store& s = run.store;
     BusCard& c = e.card;
@@ -212,7 +125,7 @@ void check(Run& run, BusEdit& e, const BusBlock& block) {
         check_control(run, e, block);
         bad(run, e, c.state != 'L' && c.state != 'D', 430);
         bad(run, e, c.midpoint < 0 || c.midpoint > 2, 460);
-        check_aggregators(run, e);
+        check_aggregators(run, e, &BusCard::aggregator, 480);
     }
     if (e.adds()) return;
     const int area = s.bus.IAREA(e.row);
@@ -365,10 +278,7 @@ void apply(Run& run, BusEdit& e, BusBlock& block) {
     b.QLOAD(k) = c.qload;
     b.FVOLT(k) = c.fvolt;
     b.IBMIDPOINT(k) = c.midpoint;
-    for (int i : rows(MXAGR)) {
-        const int id = c.aggregator[std::size_t(i - 1)];
-        b.IAGRBAR(k)(i) = id ? std::uint8_t(s.agr.row(i, id)) : std::uint8_t(0);
-    }
+    take_aggregators(s, e, &BusCard::aggregator, b.IAGRBAR(k));
     apply_area(s, block, e);
     apply_generator(run, block, e);
     b.NTYPE(k) = bus_type(s, e);

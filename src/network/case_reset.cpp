@@ -11,12 +11,18 @@ namespace {
 struct Part {
     Option option;
     std::array<int, 10> codes;  // of the table of codes, 0 ends them
-    int row, none_kept;         // row of FMTROT; warning while no block of this release keeps such data
+    int row;                    // of FMTROT
+    int none_kept;              // warning while no block of this release keeps such data, 0: there are such blocks
+    void (*clear)(Store&);
 };
+
+void clear_tables(Store& s) { s.btb.NBTB = s.ftb.NFTB = s.ltb.NLTB = s.pge.n = s.qge.n = 0; }
+void nothing(Store&) {}
+
 constexpr Part PARTS[] = {
-    {"TABE"_opt, {62, 64, 75, 76}, 2, -910},
-    {"CTGS"_opt, {8}, 3, -920},
-    {"GRAF"_opt, {67, 68, 69, 70, 71, 72, 73, 74, 83}, 4, -930},
+    {"TABE"_opt, {62, 64, 75, 76}, 2, 0, clear_tables},
+    {"CTGS"_opt, {8}, 3, -920, nothing},
+    {"GRAF"_opt, {67, 68, 69, 70, 71, 72, 73, 74, 83}, 4, -930, nothing},
 };
 
 void confirm(Run& run, int row) {
@@ -37,11 +43,11 @@ void INICAS(Run& run) {
     for (const Part& part : PARTS) {
         if (!run.opt[part.option]) continue;
         partial = true;
-        // The blocks of these data are not there yet, so there is nothing in the store beside their slots.
+        part.clear(run.store);
         for (int code : part.codes)
             if (code) run.ctl.KNTRL[std::size_t(code)] = false;
         confirm(run, part.row);
-        refuse(run, true, part.none_kept);
+        refuse(run, part.none_kept != 0, part.none_kept);
     }
     if (!partial) {
         RESET(run);

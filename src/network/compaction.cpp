@@ -1,6 +1,6 @@
 // STOOFF and STOON: rows out of service go behind those in service, so that solvers see only what is alive.
 #include "frame/run.hpp"
-#include "network/store.hpp"
+#include "network/service_order.hpp"
 
 namespace korvane {
 
@@ -58,27 +58,6 @@ bool in_service(const Store&, const FrequencyTables&, int) { return true; }
 template <Family Own, Family Of, int N>
 bool in_service(const Store& s, const RowList<Own, Of, N>& t, int i) {
     return alive(s, t.row(i));
-}
-
-/// The rows 1 to n for which keep holds go before the others: from the front, a row out of place trades places with
-/// the last one that belongs in front, and all references follow. Returns how many there are.
-template <class Tables, class Keep>
-int bring_forward(Store& s, Tables& t, int n, Keep keep) {
-    int* to = nullptr;  // NOVAPOS: old rows to new ones, once something moves
-    int i = 1, j = n;
-    for (;;) {
-        while (i <= j && keep(i)) ++i;
-        while (j > i && !keep(j)) --j;
-        if (i >= j) break;
-        if (!to) {
-            to = row_scratch(s).data();
-            for (int k = 0; k <= t.count(); ++k) to[k] = k;
-        }
-        swap_rows(&t, layout_of(Tables::family), i, j);
-        std::swap(to[i++], to[j--]);
-    }
-    if (to) remap(s, Tables::family, RowMap(to));
-    return i - 1;
 }
 
 /// Whether any element is out of service by its own state. Branches do not count: solvers see the open ones too.

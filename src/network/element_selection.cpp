@@ -177,8 +177,21 @@ const std::vector<int>& PositionSet::in_order() {
     return member_;
 }
 
-SelectionFields select_bus(int number) {
-    return {Text<4>::of("BARR"), BLANK<4>, BLANK<4>, BLANK<4>, double(number), 0, 0, 0, ' ', ' ', ' '};
+SelectionFields select_buses(std::span<const int> numbers) {
+    assert(!numbers.empty() && numbers.size() <= SELECTED_ONE_BY_ONE);
+    constexpr Text<4> SelectionFields::*KEYWORDS[] = {&SelectionFields::keyword1, &SelectionFields::keyword2,
+                                                      &SelectionFields::keyword3, &SelectionFields::keyword4};
+    constexpr double SelectionFields::*VALUES[] = {&SelectionFields::value1, &SelectionFields::value2,
+                                                   &SelectionFields::value3, &SelectionFields::value4};
+    constexpr char SelectionFields::*LINKS[] = {nullptr, &SelectionFields::link1, &SelectionFields::join,
+                                                &SelectionFields::link2};
+    SelectionFields f{BLANK<4>, BLANK<4>, BLANK<4>, BLANK<4>, 0, 0, 0, 0, ' ', ' ', ' '};
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        f.*KEYWORDS[i] = std::string_view("barr");
+        f.*VALUES[i] = numbers[i];
+        if (i > 0) f.*LINKS[i] = 'E';
+    }
+    return f;
 }
 
 int BARRAR(const Text<4>& keyword) {

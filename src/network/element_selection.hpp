@@ -8,7 +8,7 @@
 #include <array>
 #include <vector>
 
-#include "frame/card_block.hpp"
+#include "frame/field_table.hpp"
 
 namespace korvane {
 
@@ -64,19 +64,9 @@ constexpr std::array<Field<C>, N + SELECTION_FIELDS> with_selection(const Field<
     (std::make_index_sequence<N + SELECTION_FIELDS>{});
 }
 
-/// The selection that names the one bus, for a block that writes its rows.
-SelectionFields select_bus(int number);
-
-/// Columns rise, do not overlap, and end by 132.
-template <class C, std::size_t N>
-consteval bool well_formed(const std::array<Field<C>, N>& fields) {
-    int at = 0;
-    for (const Field<C>& f : fields) {
-        if (f.first <= at || f.last < f.first || f.last > 132) return false;
-        at = f.last;
-    }
-    return true;
-}
+/// The selection that names the buses with these numbers, at most four of them, for a block that writes its rows.
+constexpr int SELECTED_ONE_BY_ONE = 4;
+SelectionFields select_buses(std::span<const int> numbers);
 
 /// A set of positions, 1 to the size. Filling, walking and clearing it cost what it holds, not its size.
 class PositionSet {

@@ -1,5 +1,5 @@
 // DGER: limits and capability data of the generators that DBAR created.
-#include "frame/card_block.hpp"
+#include "network/card_forms.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
 
@@ -77,25 +77,32 @@ void locate(Run& run, GeneratorEdit& e, const GeneratorBlock& block) {
         say(at_defaults(run, g), 150);
 }
 
+GeneratorCard card_of(const Run& run, int row) {
+    const GeneratorTables& t = run.store.gen;
+    GeneratorCard c{};
+    c.bus = run.store.bus.NOINT(t.NOGEN(row));
+    c.pmin = t.PMIN(row);
+    c.pmax = t.PMAX(row);
+    c.fgen = t.FGEN(row);
+    c.share = t.ALFACREM(row);
+    c.droop = t.ESTRP(row);
+    if (t.XQ(row) == NO_CAPABILITY) return c;
+    c.fpnom = t.FPNOM(row);
+    c.fsria = t.FSRIA(row);
+    c.fsrir = t.FSRIR(row);
+    c.angcg = t.ANGCG(row);
+    c.xq = t.XQ(row);
+    c.snomi = t.SNOMI(row);
+    return c;
+}
+
 // Blank capability fields stay as they are only beside one that is given: a card without any clears the data, and
 // with them the droop that it does not give.
 GeneratorCard stored(Run& run, const GeneratorEdit& e) {
-    const GeneratorTables& t = run.store.gen;
-    const int g = e.row;
-    GeneratorCard c{};
-    c.bus = e.card.bus;
-    c.pmin = t.PMIN(g);
-    c.pmax = t.PMAX(g);
-    c.fgen = t.FGEN(g);
-    c.share = t.ALFACREM(g);
-    if (typed_capability(e) == 0 || t.XQ(g) == NO_CAPABILITY) return c;
-    c.fpnom = t.FPNOM(g);
-    c.fsria = t.FSRIA(g);
-    c.fsrir = t.FSRIR(g);
-    c.angcg = t.ANGCG(g);
-    c.xq = t.XQ(g);
-    c.snomi = t.SNOMI(g);
-    c.droop = t.ESTRP(g);
+    GeneratorCard c = card_of(run, e.row);
+    if (typed_capability(e) > 0 && run.store.gen.XQ(e.row) != NO_CAPABILITY) return c;
+    for (double C::*const field : CAPABILITY) c.*field = 0;
+    c.droop = 0;
     return c;
 }
 
@@ -146,6 +153,20 @@ void apply(Run& run, GeneratorEdit& e, GeneratorBlock& block) {
 }
 
 }  // namespace
+
+bool generator_at_defaults(const Run& run, int g) {
+    const GeneratorTables& t = run.store.gen;
+    return at_defaults(run, g) && t.FPNOM(g) == 0 && t.ESTRP(g) == 0 && t.PGFRP(g) == 0;
+}
+
+CardForm generator_cards(Run& run) {
+    using Printer = CardPrinter<GeneratorCard>;
+    const Printer printer(run, "INPGEN", DGER);
+    // The six fields of the capability data stand together on a card, zeros too.
+    const auto capability =
+        printer.of({CAPABILITY[0], CAPABILITY[1], CAPABILITY[2], CAPABILITY[3], CAPABILITY[4], CAPABILITY[5]});
+    return [=](Run& r, int g) { printer.show(r, card_of(r, g), r.store.gen.XQ(g) != NO_CAPABILITY ? capability : 0); };
+}
 
 void INPGEN(Run& run) {
     map_bus_rows(run.store);

@@ -1,5 +1,5 @@
 // DGLT: voltage limits of the groups that buses belong to.
-#include "frame/card_block.hpp"
+#include "network/card_forms.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
 
@@ -28,10 +28,12 @@ void locate(Run& run, LimitEdit& e) {
     refuse(run, e.row == 0, 100);
 }
 
-LimitCard stored(Run& run, const LimitEdit& e) {
+LimitCard card_of(const Run& run, int row) {
     const LimitGroupTables& t = run.store.glt;
-    return {t.GLTEN(e.row), t.VMIN(e.row), t.VMAX(e.row), t.VMINE(e.row), t.VMAXE(e.row)};
+    return {t.GLTEN(row), t.VMIN(row), t.VMAX(row), t.VMINE(row), t.VMAXE(row)};
 }
+
+LimitCard stored(Run& run, const LimitEdit& e) { return card_of(run, e.row); }
 
 void check(Run& run, LimitEdit& e) {
     const LimitCard& c = e.card;
@@ -55,6 +57,8 @@ void apply(Run& run, LimitEdit& e) {
 }
 
 }  // namespace
+
+CardForm limit_group_cards(Run& run) { return card_form<LimitCard>(run, "INPGLT", DGLT, card_of); }
 
 void INPGLT(Run& run) {
     const Block<LimitCard> block = {

@@ -1,4 +1,5 @@
 // DCAR: load models of the buses that a selection names.
+#include "network/card_forms.hpp"
 #include "network/drop_row.hpp"
 #include "network/element_selection.hpp"
 #include "network/network.hpp"
@@ -142,13 +143,16 @@ void LoadModelBlock::finish() {
     if (changed_) s.sol.CONVSTAT = 0;
 }
 
-/// Row n of the load models as a card: its bus alone.
-[[maybe_unused]] LoadModelCard card_of(const Run& run, int n) {
-    const LoadModelTables& t = run.store.fld;
-    return {select_bus(run.store.bus.NOINT(t.NOFLD(n))), t.IPFLA(n), t.IPFLB(n), t.IQFLA(n), t.IQFLB(n), t.VMINZ(n)};
-}
-
 }  // namespace
+
+LoadModelForm load_model_cards(Run& run) {
+    constexpr int OPERATION = 51;
+    return [printer = CardPrinter<LoadModelCard>(run, "INPCAR", DCAR)](Run& r, int n, std::span<const int> buses) {
+        const LoadModelTables& t = r.store.fld;
+        printer.show(r, {select_buses(buses), t.IPFLA(n), t.IPFLB(n), t.IQFLA(n), t.IQFLB(n), t.VMINZ(n)});
+        r.CARD.at[OPERATION - 1] = 'A';
+    };
+}
 
 void INPCAR(Run& run) {
     LoadModelBlock block(run);

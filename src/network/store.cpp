@@ -4,6 +4,8 @@
 #include <cstdlib>
 
 #include "frame/run.hpp"
+#include "network/aggregators.hpp"
+#include "network/sums.hpp"
 
 namespace korvane {
 
@@ -42,11 +44,7 @@ void RESET(Run& run) {
     s.adr.NAORD.fill(rows_taken(s, s.area), 0);
     // A row takes its reset values when it is taken into use, so counts are all that a family has to forget.
     each_family(s, [](auto& family) { family.count() = 0; });
-    for (int k : rows(MXAGR)) {
-        s.agr.NAGINT(k) = k;
-        s.agr.DESCAG(k) = "";
-        s.agr.count(k) = s.agr.NUMGAG(k) = 0;
-    }
+    clear_aggregators(s);
     s.adr.NBMAX = 0;
     s.adr.NLTL = 0;
     s.adr.LINPTR(1) = 0;
@@ -97,6 +95,13 @@ static void return_controls(Store& s) {
         if (removed(s.cer.NVKCER(c))) s.cer.NVKCER(c) = s.cer.NBECER(c);
 }
 
+// A sum of flows goes with its last member.
+static void drop_empty_flow_sums(Store& s) {
+    std::vector<bool> has_member(std::size_t(s.ftb.NFTB) + 1);
+    for (int i : rows(s.ltb.NLTB)) has_member[std::size_t(s.ltb.sum(i))] = true;
+    close_up(s, s.ftb, [&](int sum) { return has_member[std::size_t(sum)]; });
+}
+
 void drop_removed(Run& run) {
     Store& s = run.store;
     assert(!s.cmp.compacted && "rows out of service would be left behind");
@@ -126,9 +131,13 @@ void drop_removed(Run& run) {
     close_up(s, s.cnv, [&](int r) { return s.cnv.INTBUS(r) != 0; });
     close_up(s, s.slp, [&](int r) { return s.slp.NOSLP(r) != 0; });
     close_up(s, s.btb, [&](int r) { return s.btb.IPBTB(r) != 0; });
+    keep_sums_closed(s.pge);
+    keep_sums_closed(s.qge);
+    keep_sums_closed(s.ltb);
     close_up(s, s.pge, [&](int r) { return s.pge.bus(r) != 0; });
     close_up(s, s.qge, [&](int r) { return s.qge.bus(r) != 0; });
     close_up(s, s.ltb, [&](int r) { return s.ltb.IPLTB(r) != 0; });
+    drop_empty_flow_sums(s);
     close_up(s, s.frq, [&](int r) { return s.frq.NREFRP(r) != 0; });
     const auto& lists = std::tie(s.mtb, s.mtg, s.mtl, s.fcr, s.fql, s.tpf);
     std::apply([&](auto&... list) { (close_up(s, list, [&](int r) { return list.row(r) != 0; }), ...); }, lists);

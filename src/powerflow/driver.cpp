@@ -98,6 +98,7 @@ bool linear_start(Run& run) {
 void solve(Run& run, bool from_linear) {
     const Store& s = run.store;
     forget_weak_pivots(run);
+    for (int i : rows(s.ilh.count)) run.mat.island(i) = UNSOLVED_ISLAND;
     if (!OPTIMO(run, run.mat.plain, s.bus.NB, s.branch.NL))
         MSGPUT(run, "PWFSOL", 130);
     else if (run.opt["LFDC"_opt]) {
@@ -122,6 +123,13 @@ void force_newton(Run& run) {
     run.opt.clear("FJAC"_opt);
     run.opt.set("NEWT"_opt);
     run.opt.clear("PART"_opt);
+}
+
+// ATCR: the voltage that remote control gave a generator bus is its set point from now on.
+void keep_remote_voltages(Store& s) {
+    for (int i : rows(s.rcb.NRCB))
+        if (const int j = s.rcb.ICB(i); j && std::abs(s.bus.NTYPE(s.gen.NOGEN(j))) >= 2)
+            s.gen.VGEN(j) = s.bus.VOLT(s.gen.NOGEN(j));
 }
 
 // Load models hold above VMINZ only.
@@ -174,7 +182,10 @@ void PWFSOL(Run& run) {
     opt.set("IMPR"_opt, impr);
 
     if (removed > 0) print_listed(run, "OUTDBC");
-    if (s.sol.CONVSTAT == 1 && !inner) warn_of_low_load(run);
+    if (s.sol.CONVSTAT == 1 && !inner) {
+        warn_of_low_load(run);
+        if (opt["CREM"_opt] && opt["ATCR"_opt]) keep_remote_voltages(s);
+    }
     MSGOUT(run);
 }
 

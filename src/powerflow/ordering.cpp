@@ -24,6 +24,44 @@ public:
         w_.length[i] = length;
     }
 
+    /// v leaves the list of i.
+    void remove(int i, int v) {
+        int* const list = w_.pool.data() + w_.at[i];
+        int n = --w_.length[i], at = 0;
+        while (list[at] != v) ++at;
+        for (; at < n; ++at) list[at] = list[at + 1];
+    }
+    /// w takes the place of v in the list of i, in its order; false when it stands there already, and v leaves.
+    bool substitute(int i, int v, int w) {
+        int* const list = w_.pool.data() + w_.at[i];
+        const int n = w_.length[i];
+        if (v < w) {
+            int at = 0;
+            while (list[at] != v) ++at;
+            for (; at + 1 < n && list[at + 1] < w; ++at) list[at] = list[at + 1];
+            if (at + 1 < n && list[at + 1] == w) {
+                for (; at + 1 < n; ++at) list[at] = list[at + 1];
+                --w_.length[i];
+                return false;
+            }
+            list[at] = w;
+        } else {
+            int at = n - 1;
+            while (list[at] != v) --at;
+            const int hole = at;
+            for (; at > 0 && list[at - 1] > w; --at) {
+            }
+            if (at > 0 && list[at - 1] == w) {
+                for (at = hole; at + 1 < n; ++at) list[at] = list[at + 1];
+                --w_.length[i];
+                return false;
+            }
+            for (int q = hole; q > at; --q) list[q] = list[q - 1];
+            list[at] = w;
+        }
+        return true;
+    }
+
 private:
     void give_room(int i, int length);
     void squeeze();
@@ -113,6 +151,10 @@ public:
         (before < 0 ? w_.first[degree] : w_.next[before]) = after;
         (after < 0 ? w_.last[degree] : w_.previous[after]) = before;
     }
+    void move(int i, int from, int to) {
+        leave(i, from);
+        enter(i, to);
+    }
     int take_least() {
         while (w_.first[least_] < 0) ++least_;
         const int i = w_.first[least_];
@@ -201,15 +243,22 @@ OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef*
         for (int u : of_v) {
             const auto of_u = lists.of(u);
             const int before = int(of_u.size());
+            if (c <= 2 && free > 0) {  // most buses: nothing to merge
+                const bool new_one = c == 2 && lists.substitute(u, v, of_v[0] == u ? of_v[1] : of_v[0]);
+                if (c == 1) lists.remove(u, v);
+                const int now = before - !new_one;
+                free += !new_one;
+                if (now + 1 >= classes) return OrderFault::cells;
+                if (!late || !late[u]) degrees.move(u, before, now);
+                continue;
+            }
             const int after = merge(of_u.data(), before, of_v.data(), c, u, v, merged);
             const int fresh = after - (before - 1);
             if (free < fresh && (free < fresh_before(of_u, of_v, u, v) || free + 1 < fresh)) return OrderFault::fill;
             free += 1 - fresh;
             if (after + 1 >= classes) return OrderFault::cells;
-            const bool listed = !late || !late[u];
-            if (listed) degrees.leave(u, before);
             lists.replace(u, merged, after);
-            if (listed) degrees.enter(u, after);
+            if (!late || !late[u]) degrees.move(u, before, after);
         }
         free += c;
     }

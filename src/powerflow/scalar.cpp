@@ -20,15 +20,17 @@ template <class Target>
     for (int b = e + 1; b < end; ++b) value[target(b)] -= value[b] * scaled;
 }
 
-VECTOR_CLONES int factor_rows(double* value, double* diagonal, const Pattern& p, double tolerance) {
+VECTOR_CLONES int factor_rows(double* value, double* diagonal, const Pattern& p, double tolerance, WeakPivots& weak) {
     const int* const column = p.column.data();
     const int* const row = p.row.data();
     for (int k = 0; k < p.N; ++k) {
         if (!(std::abs(diagonal[k]) > tolerance)) return k + 1;
         const double d = diagonal[k] = 1 / diagonal[k];
         const int end = column[k + 1];
+        double size = 0;
         for (int e = column[k]; e < end; ++e) {
             const double w = value[e], scaled = w * d;
+            size = std::max(size, std::abs(scaled));
             diagonal[row[e]] -= scaled * w;
             if (const int at = p.aim[e]; at == SAME_ROWS) {
                 const int shift = column[row[e]] - (e + 1);
@@ -46,6 +48,8 @@ VECTOR_CLONES int factor_rows(double* value, double* diagonal, const Pattern& p,
             }
             value[e] = scaled;
         }
+        if (size > WEAK) [[unlikely]]
+            weak.add(k);
     }
     return 0;
 }
@@ -92,14 +96,14 @@ void build_second(Run& run) {
     });
 }
 
-// A pivot that fails may be a weak one: its bus goes to the end of the order, and the matrix is built anew.
+// Buses of weak pivots, and one whose pivot fails, go to the end of the order, and the matrix is built anew.
 int factor_reordering(Run& run, ScalarMatrix& a, void (*build)(Run&)) {
     for (;;) {
         build(run);
         const int status = factor_scalar(a, run.mat.plain, run.cte.TSFR);
-        const int row = status - 1;
-        if (status == 0) tell_held_back(run);
-        if (status <= 0 || !hold_back(run, run.mat.plain, std::span(&row, 1))) return status;
+        if (status > 0) a.weak.add(status - 1);
+        if (status == 0 && a.weak.n == 0) tell_held_back(run);
+        if (a.weak.n == 0 || !hold_back(run, run.mat.plain, a.weak.rows())) return status;
     }
 }
 
@@ -137,8 +141,9 @@ bool factor_pair(Run& run, bool first) {
 }  // namespace
 
 int factor_scalar(ScalarMatrix& a, const Pattern& p, double tolerance) {
+    a.weak.n = 0;
     if (p.capacity < 0) return p.capacity;
-    return factor_rows(a.value.data(), a.diagonal.data(), p, tolerance);
+    return factor_rows(a.value.data(), a.diagonal.data(), p, tolerance, a.weak);
 }
 
 void solve_scalar(const ScalarMatrix& a, const Pattern& p, double* x, int first) {

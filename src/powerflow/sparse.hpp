@@ -76,6 +76,18 @@ struct Pattern {
     int naims, nfill;
 };
 
+/// Pivots that a factorisation found weak: entries of their column exceed WEAK times the pivot, so that what the other
+/// rows hold is lost in it. Nothing is searched inside the factorisation; the bus has to go later.
+constexpr double WEAK = 1e6;
+struct WeakPivots {
+    int n;                    // noted, as far as there is room
+    std::array<int, 64> row;  // of the factors, from 0
+    void add(int r) {
+        if (n < int(row.size())) row[std::size_t(n++)] = r;
+    }
+    std::span<const int> rows() const { return {row.data(), std::size_t(n)}; }
+};
+
 /// ScalarMatrix::state of a matrix that has been factored and not used.
 constexpr int FRESH = 2;
 
@@ -83,7 +95,8 @@ constexpr int FRESH = 2;
 struct ScalarMatrix {
     std::array<double, MXFAT> value;  // off the diagonal
     std::array<double, MXROW> diagonal;
-    int state;  // FRESH, or 1 after the first use
+    WeakPivots weak;  // of the last factorisation
+    int state;        // FRESH, or 1 after the first use
 };
 
 /// Work space of the ordering.
@@ -104,18 +117,6 @@ struct Residuals {
     double DGER;    // generator capability
     double DU, DA;  // direct voltage and converter angles
     double DS, DM;  // automatic shunts; motors
-};
-
-/// Pivots that a factorisation found weak: entries of their column exceed WEAK times the pivot, so that what the other
-/// rows hold is lost in it. Nothing is searched inside the factorisation; the bus has to go later.
-constexpr double WEAK = 1e6;
-struct WeakPivots {
-    int n;                    // noted, as far as there is room
-    std::array<int, 64> row;  // of the factors, from 0
-    void add(int r) {
-        if (n < int(row.size())) row[std::size_t(n++)] = r;
-    }
-    std::span<const int> rows() const { return {row.data(), std::size_t(n)}; }
 };
 
 /// What the solvers carry from step to step. All zero at the start of a run.
@@ -180,6 +181,9 @@ struct ControlWork {
     Table<int, MXEQV> next_injection;
 };
 
+constexpr IslandState UNSOLVED_ISLAND = {
+    .KONLF2 = 0, .residual = {}, .NODEP2 = 0, .NODEQ2 = 0, .DQMAXIMO2 = 0, .XMI2 = 1, .XMF2 = 1};
+
 /// Everything the solvers work in. It lies in zeroed memory of fixed size; pages never used cost nothing.
 struct Matrices {
     void* memory;  // what make_matrices got
@@ -196,8 +200,9 @@ struct Matrices {
     std::array<Sides, MXROW> side_kept, correction;
     std::array<Sides, MXROW> mismatch;  // the right-hand side before the solution, under STPO
 
-    ScalarMatrix B1, B2;          // B' and B''
-    std::array<double, MXROW> x;  // right-hand side of a scalar solution
+    ScalarMatrix B1, B2;             // B' and B''
+    std::array<double, MXROW> x;     // right-hand side of a scalar solution
+    std::array<double, MXROW> kept;  // the same before the solution
 
     Table<double, MXBUS> GDIAG, BDIAG;     // diagonal of the bus admittance matrix, pu
     Table<double, MXLINX> SINDIK, COSDIK;  // sine and cosine of the angle across a branch

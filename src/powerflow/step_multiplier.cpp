@@ -8,6 +8,7 @@
 // those of the branches (S. Iwamoto, Y. Tamura, IEEE Trans. PAS-100, 1981, for the rectangular form).
 #include <cmath>
 
+#include "powerflow/load_models.hpp"
 #include "powerflow/solver.hpp"
 
 namespace korvane {
@@ -52,42 +53,39 @@ Correction correction(const Run& run, int k) {
     return {held & ANGLE_HELD ? 0 : d.DELTA, held & VOLTAGE_HELD ? 0 : d.WORK * run.store.bus.VOLT(k)};
 }
 
-// Second order of a constant power P at bus k in P/V: half of d2(P/V)/dV2 times dV^2, P being generation less load.
-// Constant current has none, and neither has constant impedance, which is all that is left of a load below its VMINZ.
-void add_constant_power(const Run& run) {
+/// Second order of P(V)/V over a voltage step dv: half of its second derivative times dv^2. Constant current has none,
+/// and neither has constant impedance.
+double second_order(double power, double slope, double bend, double v, double dv) {
+    return (bend / 2 - (slope - power / v) / v) * dv * dv / v;
+}
+
+// Power that stands at the buses: generation and injections less load.
+void add_power(const Run& run) {
     const Store& s = run.store;
     auto& c = run.mat.work.sum;
-    auto cube = [&](int k) {
+    auto add = [&](int k, const LoadAt& at, double sign) {
         const double v = s.bus.VOLT(k), dv = correction(run, k).voltage;
-        return dv * dv / (v * v * v);
+        c(k).DELTA += sign * second_order(at.power.p, at.slope.p, at.bend.p, v, dv);
+        c(k).WORK += sign * second_order(at.power.q, at.slope.q, at.bend.q, v, dv);
     };
+    auto constant = [](double p, double q) { return LoadAt{{p, q}, {0, 0}, {0, 0}}; };
     for (int k : rows(s.bus.NB)) {
         const int j = run.mat.work.NOBGEN(k);
-        const double p = (j ? s.gen.PGEN(j) : 0) - s.bus.PLOAD(k), q = (j ? s.gen.QGEN(j) : 0) - s.bus.QLOAD(k);
-        const double third = cube(k);
-        c(k) = {p * third, q * third};
+        const Power load = nominal_load(s, k);
+        c(k) = {0, 0};
+        add(k, constant((j ? s.gen.PGEN(j) : 0) - load.p, (j ? s.gen.QGEN(j) : 0) - load.q), 1);
     }
-    for (int i : rows(s.eqv.NEQV)) {
-        const int k = s.eqv.NOEQV(i);
-        c(k).DELTA += s.eqv.PMAT(i) * cube(k);
-        c(k).WORK += s.eqv.QMAT(i) * cube(k);
-    }
+    for (int i : rows(s.eqv.NEQV)) add(s.eqv.NOEQV(i), constant(s.eqv.PMAT(i), s.eqv.QMAT(i)), 1);
     for (int i : rows(s.fld.NFLD)) {
         const int k = s.fld.NOFLD(i);
-        const bool impedance = s.bus.VOLT(k) < s.fld.VMINZ(i);
-        const double p = impedance ? 100 : s.fld.IPFLA(i) + s.fld.IPFLB(i);
-        const double q = impedance ? 100 : s.fld.IQFLA(i) + s.fld.IQFLB(i);
-        c(k).DELTA += p / 100 * s.bus.PLOAD(k) * cube(k);
-        c(k).WORK += q / 100 * s.bus.QLOAD(k) * cube(k);
+        if (!k) continue;
+        const Power load = nominal_load(s, k);
+        add(k, constant(load.p, load.q), 1);  // the model stands for it
+        add(k, bus_model(s, i, s.bus.VOLT(k)), -1);
     }
     for (int i : rows(s.cai.NCAI)) {
         const int k = s.cai.NOCAI(i);
-        if (!s.cai.STCAR(i)) continue;
-        const bool above = s.bus.VOLT(k) >= s.cai.VMINZC(i);
-        const int p = s.cai.IPVLA(i) + s.cai.IPVQB(i), q = s.cai.IQVLC(i) + s.cai.IQVQD(i);
-        const double n = s.cai.NUNICOP(i) * cube(k) / 100;
-        if (above || p < 1) c(k).DELTA -= (100 - p) * n * s.cai.PLOADI(i);
-        if (above || q < 1) c(k).WORK -= (100 - q) * n * s.cai.QLOADI(i);
+        if (k && s.cai.STCAR(i)) add(k, individual_load(s, i, s.bus.VOLT(k), true), -1);
     }
 }
 
@@ -128,7 +126,7 @@ void add_bus(const Run& run, int k, Cubic& cubic) {
 
 void choose_step(Run& run) {
     Store& s = run.store;
-    add_constant_power(run);
+    add_power(run);
     add_branches(run);
     if (!run.opt["CILH"_opt]) {
         Cubic cubic;

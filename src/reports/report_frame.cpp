@@ -1,5 +1,6 @@
 // The report frame: which reports a code line asks for, in which order, and for which part of the network.
 #include "frame/constants.hpp"
+#include "network/kept_rows.hpp"
 #include "powerflow/powerflow.hpp"
 #include "reports/reports.hpp"
 
@@ -149,22 +150,6 @@ Narrowing narrowing(const Options& opt) {
     return areas ? Narrowing::areas_or_islands : Narrowing::groups;
 }
 
-/// The first n rows of a table, put back when this goes out of scope, also by a stop of the run.
-template <class T, int N>
-class Kept {
-public:
-    Kept(Table<T, N>& table, int n) : at_(table.data()), n_(std::size_t(n)), copy_(std::make_unique<T[]>(n_)) {
-        std::copy_n(at_, n_, copy_.get());
-    }
-    ~Kept() { std::copy_n(copy_.get(), n_, at_); }
-    Kept(const Kept&) = delete;
-
-private:
-    T* at_;
-    std::size_t n_;
-    std::unique_ptr<T[]> copy_;
-};
-
 struct KeptRatings {
     explicit KeptRatings(BranchTables& b)
         : capac(b.CAPAC, b.NL),
@@ -183,25 +168,6 @@ void cap_ratings(BranchTables& b) {
         for (int l : rows(b.NL)) (*t)(l) = std::min((*t)(l), NO_RATING);
     for (auto* t : {&b.KAPAC, &b.KAPAE, &b.KAPAQ})
         for (int l : rows(b.NL)) (*t)(l) = std::min((*t)(l), int(NO_RATING));
-}
-
-struct KeptSelection {
-    explicit KeptSelection(Store& s)
-        : bus(s.bus.BUSSEL, s.bus.NB), lin(s.branch.LINSEL, s.branch.NL), are(s.area.ARESEL, s.area.NAREA) {}
-    Kept<bool, MXBUS> bus;
-    Kept<bool, MXLIN> lin;
-    Kept<bool, MXARE> are;
-};
-
-/// Islands of what is in service, all of them selected; a bus out of service lies in none.
-void search_islands(Run& run) {
-    STOOFF(run);
-    find_islands(run);
-    STOON(run);
-    Store& s = run.store;
-    for (int k : rows(s.bus.NB))
-        if (!s.bus.STBUS(k)) s.ilh.NOILHA2(k) = 0;
-    s.ilh.ILHASEL.fill(s.ilh.count, true);
 }
 
 /// Names the reports that were asked for in vain: rows of block RELDSP and one warning.
@@ -239,6 +205,16 @@ void print_reports(Run& run) {
 }
 
 }  // namespace
+
+void search_islands(Run& run) {
+    STOOFF(run);
+    find_islands(run);
+    STOON(run);
+    Store& s = run.store;
+    for (int k : rows(s.bus.NB))
+        if (!s.bus.STBUS(k)) s.ilh.NOILHA2(k) = 0;
+    s.ilh.ILHASEL.fill(s.ilh.count, true);
+}
 
 void report_dispatch(Run& run) {
     Store& s = run.store;

@@ -19,6 +19,9 @@ void report_dispatch(Run& run);
 /// error. Messages 100, 130, -900.
 bool OPAREA(Run& run);
 
+/// Islands of what is in service, all of them selected; a bus out of service lies in none. Before a list of islands.
+void search_islands(Run& run);
+
 /// OPAGRE: the same for groups of an aggregator. Messages 100, 130, -900.
 bool OPAGRE(Run& run);
 

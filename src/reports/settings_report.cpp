@@ -1,5 +1,5 @@
 // Reports of the settings of a run: default options and constants.
-#include "frame/constants.hpp"
+#include "frame/constant_cards.hpp"
 #include "frame/decimal.hpp"
 #include "reports/report_walk.hpp"
 #include "reports/reports.hpp"
@@ -42,31 +42,6 @@ private:
     std::size_t room_;
 };
 
-/// The constants in the order of their cards.
-constexpr char CARD_ORDER[][5] = {
-    "BASE", "DASE", "TEPA", "EXST", "TETP", "TBPA", "TLPP", "TEPR", "QLST", "TLPR", "TLPQ", "TSBZ", "TSBA", "ASTP",
-    "VSTP", "TLVC", "TLTC", "TSFR", "ZMAX", "TLPV", "VDVM", "VDVN", "TUDC", "TADC", "PGER", "TPST", "VFLD", "ZMIN",
-    "HIST", "LFIT", "ACIT", "LFCV", "DCIT", "VSIT", "LPIT", "LFLP", "PDIT", "LCRT", "LPRT", "CSTP", "ASDC", "ICIT",
-    "DMAX", "FDIV", "ICMN", "VART", "TSTP", "ICMV", "APAS", "CPAR", "VAVT", "VAVF", "VMVF", "VPVT", "VPVF", "VPMF",
-    "VSVF", "VINF", "VSUP", "TLSI", "NDIR", "STTR", "TRPT", "STIR", "BFPO", "LFPO", "TLMT", "TLMF", "TLMG"};
-
-/// The value of a constant as its card would have it: the inverse of the conversion from the card.
-double card_value(const Constants& c, const ConstantRow& row) {
-    using Scale = ConstantRow::Scale;
-    const double v = row.real ? c.*row.real : row.whole ? double(c.*row.whole) : 0.0;
-    switch (row.scale) {
-        case Scale::power: return v * c.BASE;
-        case Scale::percent_single: return v / double(0.01f);
-        case Scale::percent_double: return v / 0.01;
-        case Scale::radians: return v * DEGREES;
-        case Scale::inverse_square: return v > 0.0 ? 1.0 / (double(0.01f) * std::sqrt(v)) : 0.0;
-        case Scale::as_read:
-        case Scale::integer:
-        case Scale::unused: break;
-    }
-    return v;
-}
-
 }  // namespace
 
 void OUTOPT(Run& run) {
@@ -83,16 +58,13 @@ void OUTOPT(Run& run) {
 void OUTCTE(Run& run) {
     constexpr std::size_t WIDTH = 8;
     Listing listing(run, "OUTCTE", 16, 10);
-    const auto table = constant_table();
-    std::string values(std::size(CARD_ORDER) * WIDTH, ' ');
+    std::string values(constants_in_card_order().size() * WIDTH, ' ');
     std::vector<Arg> shown;
-    for (std::size_t i = 0; i < std::size(CARD_ORDER); ++i) {
-        const std::string_view name(CARD_ORDER[i], 4);
-        const auto row = std::find_if(table.begin(), table.end(), [&](const ConstantRow& r) { return name == r.name; });
-        assert(row != table.end() && "the constant is in the table");
-        PUTREAL(card_value(run.cte, *row), int(WIDTH), &values[i * WIDTH]);
-        shown.emplace_back(name);
-        shown.emplace_back(std::string_view(&values[i * WIDTH], WIDTH));
+    for (std::size_t i = 0; const ConstantRow* row : constants_in_card_order()) {
+        char* const value = &values[WIDTH * i++];
+        PUTREAL(card_value(run.cte, *row), int(WIDTH), value);
+        shown.emplace_back(std::string_view(row->name, 4));
+        shown.emplace_back(std::string_view(value, WIDTH));
     }
     listing.print(shown);
 }

@@ -145,6 +145,11 @@ TEST_F(ElementSelection, EveryMessageAndNothingSelected) {
 TEST_F(ElementSelection, ClearsWhatTheCardBeforeFound) {
     Selection selection;
     const std::array<bool, 4> one{true};
+    auto select_bus = [](int number) {
+        SelectionFields f = select_buses(std::span(&number, 1));
+        f.keyword1 = "BARR";  // as a card has it once it is read
+        return f;
+    };
     SelectionFields all = select_bus(1), single = select_bus(30);
     all.link1 = 'A';
     all.keyword2 = "BARR";

@@ -439,7 +439,7 @@ TEST(NewCase, ClearsAllOrWhatItsOptionsName) {
         EXPECT_EQ(s.status, 0) << s.messages();
         EXPECT_EQ(s.store().bus.NB, 1);
         EXPECT_FALSE(s.run.TITLE.blank());
-        EXPECT_EQ(s.numbers("INICAS"), (std::vector{-910, -920, -930}));
+        EXPECT_EQ(s.numbers("INICAS"), (std::vector{-920, -930}));
     }
 }
 
