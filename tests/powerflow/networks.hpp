@@ -9,7 +9,8 @@
 
 namespace korvane::testing {
 
-/// A started run whose store a test fills bus by bus. Values in per unit and radians; buses numbered 10, 20, 30, ...
+/// A started run whose store a test fills bus by bus. Values in per unit and radians; buses numbered 10, 20, 30, ...,
+/// and on from 1 when these run out.
 class Network {
 public:
     Session session;
@@ -20,8 +21,8 @@ public:
 
     int bus(int type, double v = 1, double p = 0, double q = 0) {
         const int k = add_row(s.bus);
-        s.bus.NOINT(k) = 10 * k;
-        s.bus.BNAME(k) = "BARRA-" + std::to_string(10 * k);
+        s.bus.NOINT(k) = 10 * (k % 9999) + k / 9999;
+        s.bus.BNAME(k) = "BARRA-" + std::to_string(s.bus.NOINT(k));
         s.bus.NTYPE(k) = type;
         s.bus.VOLT(k) = v;
         s.bus.PLOAD(k) = p;
