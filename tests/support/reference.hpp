@@ -59,6 +59,53 @@ void each_row(const std::string& path, F f) {
     }
 }
 
+/// The deck with the reactive limits of its slack opened, as the references with limits have it.
+inline std::string with_open_slack(const std::string& deck) {
+    std::istringstream in(deck);
+    std::string out, line;
+    bool buses = false;
+    while (std::getline(in, line)) {
+        if (line.rfind("DBAR", 0) == 0) buses = true;
+        if (line.rfind("99999", 0) == 0) buses = false;
+        if (buses && line.size() > 7 && line[0] != '(' && line[7] == '2') {
+            line.resize(std::max<std::size_t>(line.size(), 52), ' ');
+            line.replace(42, 10, "-999999999");
+        }
+        out += line + "\n";
+    }
+    return out;
+}
+
+/// Largest differences from the reference with reactive limits, and buses that are limited on the wrong side or in one
+/// of the two alone. Nothing to compare when the case has no such reference.
+struct LimitedDifference {
+    double voltage = 0, angle = 0, generation = 0;
+    int buses = 0, limited = 0;
+    std::vector<int> wrong;
+};
+inline LimitedDifference limited_difference(Store& s, double base, const std::string& name) {
+    LimitedDifference d;
+    std::string path = reference_folder(name) + "/solution_qlim_comp.csv";
+    if (!std::filesystem::exists(path)) path = reference_folder(name) + "/solution_qlim.csv";
+    if (!std::filesystem::exists(path)) return d;
+    map_bus_rows(s);
+    each_row(path, [&](const std::vector<double>& row) {
+        const int k = bus_of(s, int(row[0]));
+        if (!k) return;
+        ++d.buses;
+        d.voltage = std::max(d.voltage, std::abs(s.bus.VOLT(k) - row[1]));
+        d.angle = std::max(d.angle, std::abs(std::remainder(s.bus.ANGLE(k) * DEGREES - row[2], 360.0)));
+        const int j = s.map.NGADR(k);
+        if (!j) return;
+        d.generation = std::max(d.generation, std::abs(s.gen.QGEN(j) * base - row[4]));
+        const bool low = std::abs(s.gen.QGEN(j) - s.gen.QMIN(j)) < std::abs(s.gen.QGEN(j) - s.gen.QMAX(j));
+        const int side = s.bus.NTYPE(k) != -2 ? 0 : low ? -1 : 1;
+        d.limited += side != 0;
+        if (side != int(row[5])) d.wrong.push_back(int(row[0]));
+    });
+    return d;
+}
+
 inline Difference difference(const Store& s, double base, const std::string& name) {
     Difference d;
     auto worst = [](double& at, double x, double y) {
