@@ -17,6 +17,14 @@ namespace korvane {
 struct Store;
 struct Matrices;
 
+/// The case file as routines share it.
+struct CaseState {
+    int NCASO = 0;         // number of the case that the present operation is about
+    int held = 0;          // case that was restored last
+    bool HISINT = false;   // an analysis keeps a case of its own: nothing is asked, nothing printed
+    bool CASFULL = false;  // the last save found no room, or failed otherwise
+};
+
 /// Columns of the present data card, changed in place so that the echo shows what was used.
 using Card = Text<132>;
 
@@ -31,6 +39,7 @@ struct Run {
     Constants cte{};
     Control ctl{};
     PageState pag{};
+    CaseState cas{};
     Text<80> TITLE{};
     Card CARD{};
 

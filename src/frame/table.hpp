@@ -3,6 +3,7 @@
 #include <array>
 #include <cassert>
 #include <cstddef>
+#include <optional>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -82,6 +83,7 @@ enum class Family : unsigned char {
     link,
     dc_bus,
     dc_line,
+    terminal,
     converter,
     monitored_bus,
     monitored_generator,
@@ -96,8 +98,16 @@ enum class Family : unsigned char {
     flow_sum,
     flow_member,
     frequency_island,
+    contingency,
+    contingency_class,
+    contingency_change,
+    contingency_value,
+    control_variable,
+    curve_point,
+    group_constraint,
+    constraint_term,
 };
-constexpr int FAMILIES = int(Family::frequency_island) + 1;
+constexpr int FAMILIES = int(Family::constraint_term) + 1;
 
 /// An entry that is a row of family F: 0 points at nothing, and a sign carries a meaning of the column and survives
 /// every move of the row.
@@ -107,6 +117,15 @@ struct Ref {
     int at;
     Ref() = default;
     constexpr Ref(int row) : at(row) {}
+    constexpr operator int() const { return at; }
+};
+
+/// An entry that is a row of a family that the row itself tells: target_of() of its tables, nothing for no family. 0 and
+/// the sign as with Ref.
+struct AnyRef {
+    int at;
+    AnyRef() = default;
+    constexpr AnyRef(int row) : at(row) {}
     constexpr operator int() const { return at; }
 };
 

@@ -81,13 +81,15 @@ static_assert(lists_every_table<AreaTables>());
 struct BaseGroupTables {
     static constexpr Family family = Family::base_group;
     int NGBT;
-    Table<Text<2>, MXGBT> GBTEN;  // group code
-    Table<double, MXGBT> BASET;   // base voltage, kV
+    Table<Text<2>, MXGBT> GBTEN;       // group code
+    Table<double, MXGBT> BASET;        // base voltage, kV
+    Table<int, MXGBT> IGTCOR, IGTESP;  // colour and thickness on diagrams, kept with a case
 
     int& count() { return NGBT; }
     static constexpr auto columns() {
         return std::tuple{column("GBTEN", &BaseGroupTables::GBTEN, BLANK<2>),
-                          column("BASET", &BaseGroupTables::BASET, 1.0)};
+                          column("BASET", &BaseGroupTables::BASET, 1.0), column("IGTCOR", &BaseGroupTables::IGTCOR),
+                          column("IGTESP", &BaseGroupTables::IGTESP)};
     }
 };
 static_assert(lists_every_table<BaseGroupTables>());

@@ -6,58 +6,80 @@ namespace korvane {
 
 namespace {
 
-/// Whether the row that a reference names is in service; its family has been put in order before.
-template <Family F>
-bool alive(const Store& s, Ref<F> ref) {
-    const int row = std::abs(ref.at);
-    return row >= 1 && row <= s.cmp.of(F).on;
-}
+/// Whether the row that a reference names is in service; its family has been looked at before.
+class Alive {
+public:
+    explicit Alive(const Store& s) : s_(s) {}
+
+    template <Family F>
+    bool operator()(Ref<F> ref) const {
+        const int row = std::abs(ref.at);
+        if (row < 1) return false;
+        const std::vector<char>& marks = marks_[std::size_t(F)];
+        return marks.empty() ? row <= s_.cmp.of(F).on : marks[std::size_t(row)];
+    }
+    /// Marks of a family whose rows stay where they are: by row, from 1.
+    std::vector<char>& marks(Family f) { return marks_[std::size_t(f)]; }
+
+private:
+    const Store& s_;
+    std::array<std::vector<char>, FAMILIES> marks_;  // none: rows in service come first
+};
 
 // --- what keeps a row in service: what it stands on, and the state of its own if it has one
 
-bool in_service(const Store&, const BusTables& t, int i) { return t.STBUS(i); }
-bool in_service(const Store& s, const BranchTables& t, int i) { return alive(s, t.NFROM(i)) && alive(s, t.NTO(i)); }
-bool in_service(const Store& s, const TapTables& t, int i) { return alive(s, t.NOTAP(i)); }
-bool in_service(const Store& s, const PhaseTables& t, int i) { return alive(s, t.NOPHS(i)); }
-bool in_service(const Store& s, const LineShuntTables& t, int i) { return alive(s, t.LISHL(i)); }
-bool in_service(const Store& s, const SeriesDeviceTables& t, int i) { return alive(s, t.LICSC(i)); }
-bool in_service(const Store& s, const GeneratorTables& t, int i) { return alive(s, t.NOGEN(i)); }
-bool in_service(const Store& s, const RemoteControlTables& t, int i) { return alive(s, t.ICB(i)); }
-bool in_service(const Store& s, const SlackTables& t, int i) { return alive(s, t.NGSLK(i)); }
-bool in_service(const Store& s, const LoadModelTables& t, int i) { return alive(s, t.NOFLD(i)); }
-bool in_service(const Store& s, const ShuntTables& t, int i) { return alive(s, t.NOSHT(i)); }
-bool in_service(const Store& s, const MotorTables& t, int i) { return alive(s, t.NOMOT(i)) && t.STMOT(i); }
-bool in_service(const Store& s, const IndividualLoadTables& t, int i) { return alive(s, t.NOCAI(i)) && t.STCAR(i); }
-bool in_service(const Store& s, const IndividualGeneratorTables& t, int i) {
-    return alive(s, t.NOGEI(i)) && alive(s, t.NOGGEI(i)) && t.STGEI(i);
+bool in_service(const Alive&, const BusTables& t, int i) { return t.STBUS(i); }
+bool in_service(const Alive& alive, const BranchTables& t, int i) { return alive(t.NFROM(i)) && alive(t.NTO(i)); }
+bool in_service(const Alive& alive, const TapTables& t, int i) { return alive(t.NOTAP(i)); }
+bool in_service(const Alive& alive, const PhaseTables& t, int i) { return alive(t.NOPHS(i)); }
+bool in_service(const Alive& alive, const LineShuntTables& t, int i) { return alive(t.LISHL(i)); }
+bool in_service(const Alive& alive, const SeriesDeviceTables& t, int i) { return alive(t.LICSC(i)); }
+bool in_service(const Alive& alive, const GeneratorTables& t, int i) { return alive(t.NOGEN(i)); }
+bool in_service(const Alive& alive, const RemoteControlTables& t, int i) { return alive(t.ICB(i)); }
+bool in_service(const Alive& alive, const SlackTables& t, int i) { return alive(t.NGSLK(i)); }
+bool in_service(const Alive& alive, const LoadModelTables& t, int i) { return alive(t.NOFLD(i)); }
+bool in_service(const Alive& alive, const ShuntTables& t, int i) { return alive(t.NOSHT(i)); }
+bool in_service(const Alive& alive, const MotorTables& t, int i) { return alive(t.NOMOT(i)) && t.STMOT(i); }
+bool in_service(const Alive& alive, const IndividualLoadTables& t, int i) { return alive(t.NOCAI(i)) && t.STCAR(i); }
+bool in_service(const Alive& alive, const IndividualGeneratorTables& t, int i) {
+    return alive(t.NOGEI(i)) && alive(t.NOGGEI(i)) && t.STGEI(i);
 }
-bool in_service(const Store& s, const BankTables& t, int i) {
-    return alive(s, t.NOBSH(i)) && (t.IDCIR(i) == 0 || alive(s, t.IDCIR(i)));
+bool in_service(const Alive& alive, const BankTables& t, int i) {
+    return alive(t.NOBSH(i)) && (t.IDCIR(i) == 0 || alive(t.IDCIR(i)));
 }
-bool in_service(const Store& s, const BankUnitTables& t, int i) { return alive(s, t.IBUSH(i)) && t.STBSH(i); }
-bool in_service(const Store& s, const InjectionTables& t, int i) { return alive(s, t.NOEQV(i)); }
-bool in_service(const Store& s, const AlternativeSlackTables& t, int i) { return alive(s, t.NOSLP(i)); }
-bool in_service(const Store&, const LinkTables& t, int i) { return t.STUELO(i); }
-bool in_service(const Store& s, const DcBusTables& t, int i) { return alive(s, t.LINKDC(i)); }
-bool in_service(const Store& s, const DcLineTables& t, int i) { return alive(s, t.NDCFR(i)) && alive(s, t.NDCTO(i)); }
-bool in_service(const Store& s, const ConverterTables& t, int i) {
-    return alive(s, t.NDCBUS(i)) && alive(s, t.INTBUS(i));
+bool in_service(const Alive& alive, const BankUnitTables& t, int i) { return alive(t.IBUSH(i)) && t.STBSH(i); }
+bool in_service(const Alive& alive, const InjectionTables& t, int i) { return alive(t.NOEQV(i)); }
+bool in_service(const Alive& alive, const AlternativeSlackTables& t, int i) { return alive(t.NOSLP(i)); }
+bool in_service(const Alive&, const LinkTables& t, int i) { return t.STUELO(i); }
+bool in_service(const Alive& alive, const DcBusTables& t, int i) { return alive(t.LINKDC(i)); }
+bool in_service(const Alive& alive, const DcLineTables& t, int i) { return alive(t.NDCFR(i)) && alive(t.NDCTO(i)); }
+bool in_service(const Alive& alive, const TerminalTables& t, int i) { return alive(t.NOLDC(i)); }
+bool in_service(const Alive& alive, const ConverterTables& t, int i) {
+    return alive(t.NDCBUS(i)) && alive(t.INTBUS(i));
 }
-bool in_service(const Store& s, const CompensatorTables& t, int i) { return alive(s, t.NBECER(i)) && t.STUCER(i); }
-bool in_service(const Store& s, const AutomaticShuntTables& t, int i) { return alive(s, t.NBUSSCA(i)); }
-bool in_service(const Store&, const AreaTables&, int) { return true; }
-bool in_service(const Store&, const BaseGroupTables&, int) { return true; }
-bool in_service(const Store&, const LimitGroupTables&, int) { return true; }
-// Rows of report tables and of frequency islands keep their order; who reads them tests what they name.
-bool in_service(const Store&, const BandTables&, int) { return true; }
-bool in_service(const Store&, const ActiveSums&, int) { return true; }
-bool in_service(const Store&, const ReactiveSums&, int) { return true; }
-bool in_service(const Store&, const FlowSumTables&, int) { return true; }
-bool in_service(const Store&, const FlowMemberTables&, int) { return true; }
-bool in_service(const Store&, const FrequencyTables&, int) { return true; }
+bool in_service(const Alive& alive, const CompensatorTables& t, int i) { return alive(t.NBECER(i)) && t.STUCER(i); }
+bool in_service(const Alive& alive, const AutomaticShuntTables& t, int i) { return alive(t.NBUSSCA(i)); }
+bool in_service(const Alive&, const AreaTables&, int) { return true; }
+bool in_service(const Alive&, const BaseGroupTables&, int) { return true; }
+bool in_service(const Alive&, const LimitGroupTables&, int) { return true; }
+// Rows of report tables, of studies and of frequency islands keep their order; who reads them tests what they name.
+bool in_service(const Alive&, const BandTables&, int) { return true; }
+bool in_service(const Alive&, const ActiveSums&, int) { return true; }
+bool in_service(const Alive&, const ReactiveSums&, int) { return true; }
+bool in_service(const Alive&, const FlowSumTables&, int) { return true; }
+bool in_service(const Alive&, const FlowMemberTables&, int) { return true; }
+bool in_service(const Alive&, const FrequencyTables&, int) { return true; }
+bool in_service(const Alive&, const ContingencyTables&, int) { return true; }
+bool in_service(const Alive&, const ContingencyClassTables&, int) { return true; }
+bool in_service(const Alive&, const ContingencyChangeTables&, int) { return true; }
+bool in_service(const Alive&, const ContingencyValueTables&, int) { return true; }
+bool in_service(const Alive&, const ControlVariableTables&, int) { return true; }
+bool in_service(const Alive&, const CurvePointTables&, int) { return true; }
+bool in_service(const Alive&, const GroupConstraintTables&, int) { return true; }
+bool in_service(const Alive&, const ConstraintTermTables&, int) { return true; }
 template <Family Own, Family Of, int N>
-bool in_service(const Store& s, const RowList<Own, Of, N>& t, int i) {
-    return alive(s, t.row(i));
+bool in_service(const Alive& alive, const RowList<Own, Of, N>& t, int i) {
+    return alive(t.row(i));
 }
 
 /// Whether any element is out of service by its own state. Branches do not count: solvers see the open ones too.
@@ -96,15 +118,32 @@ void restore_branch_ends(Store& s) {
 
 }  // namespace
 
+std::array<int, FAMILIES> rows_in_service(Store& s) {
+    std::array<int, FAMILIES> on{};
+    const bool all = s.cmp.compacted || !anything_off(s);
+    Alive alive(s);
+    each_family(s, [&](auto& t) {
+        int& n = on[std::size_t(t.family)];
+        n = t.count();
+        if (all) return;
+        std::vector<char> marks(std::size_t(t.count()) + 1);
+        n = 0;
+        for (int i : rows(t.count())) n += marks[std::size_t(i)] = in_service(alive, t, i);
+        alive.marks(t.family) = std::move(marks);
+    });
+    return on;
+}
+
 void STOOFF(Run& run) {
     Store& s = run.store;
     if (s.cmp.compacted) STOON(run);  // states have changed since: look again
     s.cmp.NCTROFF = s.cmp.factors = s.cmp.fixed_taps = 0;
     const bool moves = anything_off(s);
+    const Alive alive(s);
     each_family(s, [&](auto& t) {
         OnOff& n = s.cmp.of(t.family);
         const int total = t.count();
-        n.on = moves ? bring_forward(s, t, total, [&](int i) { return in_service(s, t, i); }) : total;
+        n.on = moves ? bring_forward(s, t, total, [&](int i) { return in_service(alive, t, i); }) : total;
         n.off = total - n.on;
         if constexpr (std::is_same_v<std::remove_reference_t<decltype(t)>, BranchTables>)
             if (moves) bring_forward(s, t, n.on, [&](int l) { return t.STLIN(l); });
@@ -118,9 +157,21 @@ void STOOFF(Run& run) {
     s.cmp.compacted = true;
     if (!moves) return;
     order_rows(s);
+    LNKADR(run);
     ADRARE(s);
     ADRLIN(run);
     CTROFF(run);
+}
+
+void set_aside_again(Run& run) {
+    Store& s = run.store;
+    link_branch_rows(s);
+    save_branch_ends(s);
+    each_family(s, [&](auto& t) { t.count() = s.cmp.of(t.family).on; });
+    order_rows(s);
+    LNKADR(run);
+    ADRARE(s);
+    ADRLIN(run);
 }
 
 void STOON(Run& run) {

@@ -96,6 +96,7 @@ struct BankUnitTables {
     Table<bool, MXBSHL> STBSH;                   // in service
     Table<int, MXBSHL> NUNIS, NUNISOP, NUNCHAV;  // units: all, in operation, switched in
     Table<double, MXBSHL> VALSH;                 // value of one unit, capacitive positive, pu
+    Table<double, MXBSHL> RELBSH;                // remainder of the sharing, pu
     Table<double, MXBSHL> QBAN;                  // value switched in, pu
 
     int& count() { return NBSHL; }
@@ -103,7 +104,7 @@ struct BankUnitTables {
         using U = BankUnitTables;
         return std::tuple{column("IBUSH", &U::IBUSH), column("IDEGS", &U::IDEGS),     column("STBSH", &U::STBSH, true),
                           column("NUNIS", &U::NUNIS), column("NUNISOP", &U::NUNISOP), column("NUNCHAV", &U::NUNCHAV),
-                          column("VALSH", &U::VALSH), column("QBAN", &U::QBAN)};
+                          column("VALSH", &U::VALSH), column("RELBSH", &U::RELBSH),   column("QBAN", &U::QBAN)};
     }
 };
 static_assert(lists_every_table<BankUnitTables>());
@@ -122,6 +123,7 @@ struct AutomaticShuntTables {
     Table<double, MXSCA> BSCAESP;           // value that it is driven to, pu
     Table<int, MXSCA> KONSCA;   // 0 fixed, 1 continuous then discrete, 2 continuous; minus: driven to a discrete value
     Table<int, MXSCA> NTSCA;    // 0 free, 1 at the minimum, 2 at the maximum
+    Table<int, MXSCA> ICONSCA;  // passes at a limit; -2, -1: moving in discrete steps
     Table<bool, MXSCA> SCALIM;  // outside the band to its nearest limit; else to its centre
 
     int& count() { return NSCA; }
@@ -132,7 +134,7 @@ struct AutomaticShuntTables {
             column("VSTEPSCA", &S::VSTEPSCA), column("VMINSCA", &S::VMINSCA), column("VMAXSCA", &S::VMAXSCA),
             column("VORISCA", &S::VORISCA),   column("BSCA", &S::BSCA),       column("BSCAYBUS", &S::BSCAYBUS),
             column("BSCAESP", &S::BSCAESP),   column("KONSCA", &S::KONSCA),   column("NTSCA", &S::NTSCA),
-            column("SCALIM", &S::SCALIM)};
+            column("ICONSCA", &S::ICONSCA),   column("SCALIM", &S::SCALIM)};
     }
 };
 static_assert(lists_every_table<AutomaticShuntTables>());

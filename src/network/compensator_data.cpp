@@ -132,7 +132,7 @@ void CompensatorBlock::check(CompensatorEdit& e) {
 void CompensatorBlock::apply(const CompensatorEdit& e) {
     const CompensatorCard& c = e.card;
     const int i = e.row;
-    if (e.removes()) return drop_row(t, i);
+    if (e.removes()) return drop_row(s, t, i);
     if (e.adds()) {
         add_row(t);
         t.NBECER(i) = bus_;

@@ -139,7 +139,7 @@ void LineShuntBlock::check(LineShuntEdit& e) {
 void LineShuntBlock::apply(const LineShuntEdit& e) {
     if (e.removes()) {
         s.branch.LITRF(t.LISHL(t.NSHL)) = e.row;
-        drop_row(t, e.row);
+        drop_row(s, t, e.row);
         s.branch.LITRF(branch_) = 0;
         return;
     }

@@ -116,6 +116,7 @@ struct FrequencyTables {
     Table<int, MXFRP> NOFRP;                          // number in the data
     Table<BusRef, MXFRP> NREFRP;                      // reference bus
     Table<double, MXFRP> FREQBASE, FREQMIN, FREQMAX;  // nominal, lowest, highest frequency, Hz
+    Table<double, MXFRP> FREQILH;                     // present frequency, of FREQBASE
     Table<Text<46>, MXFRP> IDILFRP;
 
     int& count() { return NFRP; }
@@ -126,6 +127,7 @@ struct FrequencyTables {
                           column("FREQBASE", &F::FREQBASE, 60.0),
                           column("FREQMIN", &F::FREQMIN, 59.5),
                           column("FREQMAX", &F::FREQMAX, 60.5),
+                          column("FREQILH", &F::FREQILH, 1.0),
                           column("IDILFRP", &F::IDILFRP, BLANK<46>)};
     }
 };

@@ -24,6 +24,19 @@ MotorCircuit motor_circuit(double rs, double xs, double xm, double rr, double xr
 /// The motor as a shunt at slip s: 1 / (r + j x1 + 1/(u - j t)) with t = 1/(x - x1) and u = s (xr + xm) t / rr.
 std::complex<double> motor_admittance(const MotorCircuit& c, double slip);
 
+/// Motors that are known by their type, 1 to 7: the circuit, per unit of the rating.
+struct MotorType {
+    double rstato, xstato, xmagne, rrotor, xrotor;
+    double power_factor;  // FPTIP
+    int loading;          // IBASMIT: loading unless the card tells another, per cent
+};
+inline constexpr MotorType MOTOR_TYPES[] = {
+    {0.031, 0.100, 3.20, 0.018, 0.180, 0.852, 108}, {0.013, 0.067, 3.80, 0.009, 0.170, 0.890, 103},
+    {0.016, 0.063, 0.96, 0.009, 0.016, 0.870, 310}, {0.078, 0.065, 2.67, 0.044, 0.049, 0.940, 170},
+    {0.001, 0.230, 3.00, 0.020, 0.230, 0.758, 65},  {0.077, 0.107, 2.22, 0.079, 0.098, 0.870, 125},
+    {0.110, 0.120, 2.00, 0.110, 0.130, 0.845, 120},
+};
+
 /// What drives the motor.
 struct MotorLoad {
     bool share;    // it takes that power from its bus; else it gives that power at its shaft

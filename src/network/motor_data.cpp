@@ -49,18 +49,6 @@ static_assert(well_formed(DMOT));
 
 constexpr double C::*CIRCUIT[] = {&C::rstato, &C::xstato, &C::xmagne, &C::rrotor, &C::xrotor, &C::horsepower};
 
-/// Motors that a card names by their type: the circuit, per unit of the rating.
-struct MotorType {
-    double rstato, xstato, xmagne, rrotor, xrotor;
-    double power_factor;  // FPTIP
-    int loading;          // IBASMIT: loading unless the card tells another, per cent
-};
-constexpr MotorType MOTOR_TYPES[] = {
-    {0.031, 0.100, 3.20, 0.018, 0.180, 0.852, 108}, {0.013, 0.067, 3.80, 0.009, 0.170, 0.890, 103},
-    {0.016, 0.063, 0.96, 0.009, 0.016, 0.870, 310}, {0.078, 0.065, 2.67, 0.044, 0.049, 0.940, 170},
-    {0.001, 0.230, 3.00, 0.020, 0.230, 0.758, 65},  {0.077, 0.107, 2.22, 0.079, 0.098, 0.870, 125},
-    {0.110, 0.120, 2.00, 0.110, 0.130, 0.845, 120},
-};
 constexpr int TYPES = int(std::size(MOTOR_TYPES));
 const MotorType& type_data(int type) { return MOTOR_TYPES[type - 1]; }
 

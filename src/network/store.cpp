@@ -5,6 +5,7 @@
 
 #include "frame/run.hpp"
 #include "network/aggregators.hpp"
+#include "network/study_rows.hpp"
 #include "network/sums.hpp"
 
 namespace korvane {
@@ -52,6 +53,7 @@ void RESET(Run& run) {
     s.ilh.area_spans = false;
     s.comment.length = 0;
     s.sol = {};
+    s.kept = {};
     s.cmp.compacted = false;
     s.cmp.rows = {};
     s.cmp.NCTROFF = 0;
@@ -69,6 +71,7 @@ void RESET(Run& run) {
 void rebuild_addresses(Run& run) {
     order_rows(run.store);
     link_branch_rows(run.store);
+    LNKADR(run);
     ADRARE(run.store);
     ADRLIN(run);
 }
@@ -115,6 +118,7 @@ void drop_removed(Run& run) {
     close_up(s, s.phs, [&](int p) { return s.phs.NOPHS(p) != 0; });
     close_up(s, s.shl, [&](int h) { return s.shl.LISHL(h) != 0; });
     close_up(s, s.csc, [&](int c) { return s.csc.LICSC(c) != 0; });
+    mark_variables_of_removed(s);
     close_up(s, s.gen, [&](int g) { return s.gen.NOGEN(g) != 0; });
     close_up(s, s.rcb, [&](int r) { return s.rcb.ICB(r) != 0 && s.rcb.IRCB(r) != 0; });
     close_up(s, s.slk, [&](int r) { return s.slk.NGSLK(r) != 0; });
@@ -129,6 +133,7 @@ void drop_removed(Run& run) {
     close_up(s, s.cer, [&](int r) { return s.cer.NBECER(r) != 0; });
     close_up(s, s.sca, [&](int r) { return s.sca.NBUSSCA(r) != 0; });
     close_up(s, s.cnv, [&](int r) { return s.cnv.INTBUS(r) != 0; });
+    close_up(s, s.trm, [&](int r) { return s.trm.NOLDC(r) != 0; });
     close_up(s, s.slp, [&](int r) { return s.slp.NOSLP(r) != 0; });
     close_up(s, s.btb, [&](int r) { return s.btb.IPBTB(r) != 0; });
     keep_sums_closed(s.pge);
@@ -139,6 +144,7 @@ void drop_removed(Run& run) {
     close_up(s, s.ltb, [&](int r) { return s.ltb.IPLTB(r) != 0; });
     drop_empty_flow_sums(s);
     close_up(s, s.frq, [&](int r) { return s.frq.NREFRP(r) != 0; });
+    drop_removed_variables(s);
     const auto& lists = std::tie(s.mtb, s.mtg, s.mtl, s.fcr, s.fql, s.tpf);
     std::apply([&](auto&... list) { (close_up(s, list, [&](int r) { return list.row(r) != 0; }), ...); }, lists);
     rebuild_addresses(run);

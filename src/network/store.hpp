@@ -6,9 +6,11 @@
 #include <vector>
 
 #include "network/compensation.hpp"
+#include "network/contingencies.hpp"
 #include "network/links.hpp"
 #include "network/lists.hpp"
 #include "network/loads.hpp"
+#include "network/optimisation.hpp"
 
 namespace korvane {
 
@@ -55,6 +57,13 @@ struct Addresses {
     Table<int, MXBSHL> LNKBS;
     Table<int, MXBSH> IPBRC;  // the same, those of negative value first
     Table<int, MXBSHL> LNKRC;
+    Table<int, MXLDC> IPCLNK;  // converters of a link, ascending rows: head and link
+    Table<int, MXCNV> LNKCNV;
+    Table<int, MXLDC> IPBLNK;  // its DC buses
+    Table<int, MXDCB> LNKDCB;
+    Table<int, MXLDC> ISLKBP, ISLKBN;        // DC bus whose voltage is fixed, in the positive, in the negative pole
+    Table<int, MXLDC> ISLKBPREF, ISLKBNREF;  // the same as given
+    Table<int, MXLDC> ISLKCP, ISLKCN;        // converter that holds the voltage of the pole
 };
 
 /// DCMT: free text about the case, rows of 80 columns.
@@ -91,6 +100,13 @@ struct Solution {
     double DPMAX, DQMAX;  // largest mismatch, pu
     int NODEP, NODEQ;     // external numbers of the buses that have it
     double XMI;           // step multiplier of the last iteration
+};
+
+/// Numbers of a case file that nothing here works with, kept so that a case comes out as it went in.
+struct KeptNumbers {
+    std::array<int, 3> stages;   // status of three earlier stages of the solution
+    int branches;                // auxiliary count of branches
+    std::array<int, 3> further;  // counts of three further tables
 };
 
 /// Counts of rows in service and out of service of one family.
@@ -152,6 +168,7 @@ struct Store {
     LinkTables ldc;
     DcBusTables dcb;
     DcLineTables dcl;
+    TerminalTables trm;
     ConverterTables cnv;
     MonitoredBuses mtb;
     MonitoredGenerators mtg;
@@ -166,6 +183,14 @@ struct Store {
     FlowSumTables ftb;
     FlowMemberTables ltb;
     FrequencyTables frq;
+    ContingencyTables ctg;
+    ContingencyClassTables pri;
+    ContingencyChangeTables chg;
+    ContingencyValueTables ctv;
+    ControlVariableTables vco;
+    CurvePointTables pto;
+    GroupConstraintTables res;
+    ConstraintTermTables cft;
 
     Aggregators agr;
     CaseComment comment;
@@ -173,14 +198,15 @@ struct Store {
     BusMaps map;
     Islands ilh;
     Solution sol;
+    KeptNumbers kept;
     Compaction cmp;
     Table<int, MXLINX + 1> scratch;  // of row_scratch
 
     /// All families, in the order in which the store is compacted.
     auto families() {
         return std::tie(bus, branch, tap, phs, shl, csc, mtl, tpf, gen, rcb, slk, fld, sht, mot, cai, gei, bsh, bshl,
-                        eqv, mtb, mtg, fcr, fql, slp, ldc, dcb, dcl, cnv, cer, sca, btb, pge, qge, ftb, ltb, frq, area,
-                        gbt, glt);
+                        eqv, mtb, mtg, fcr, fql, slp, ldc, dcb, dcl, trm, cnv, cer, sca, btb, pge, qge, ftb, ltb, frq,
+                        ctg, pri, chg, ctv, vco, pto, res, cft, area, gbt, glt);
     }
 };
 
@@ -241,6 +267,8 @@ struct ColumnInfo {
     std::size_t offset;            // of the table in its family
     std::size_t size;              // bytes of an entry
     std::optional<Family> target;  // what its entries refer to
+    // the same where each row tells it; nothing for other columns
+    std::optional<Family> (*target_of)(const void* tables, int row) = nullptr;
 };
 struct FamilyInfo {
     Family family;
@@ -340,6 +368,11 @@ void order_rows(Store& s);
 /// Reads NFROM, NTO, NL. Rebuilds LINPTR, LINADR, LTLADR. Message 100: LTLADR is full, the rest is kept.
 void ADRLIN(Run& run);
 
+/// LNKADR: the chains of converters and DC buses of each link, the DC bus and the converter that hold the voltage of
+/// each pole, and the AC terminals of the converters, in the order of these; a terminal that stays keeps its power.
+/// Message 100: there are more terminals than the table takes.
+void LNKADR(Run& run);
+
 /// ADRARE: the chains of buses, generators and equivalent injections of every area, each in ascending bus number.
 void ADRARE(Store& s);
 
@@ -354,7 +387,7 @@ void map_bus_rows(Store& s);
 /// RESET: every count and selection to its default, constants and options to theirs, KNTRL to false.
 void RESET(Run& run);
 
-/// Address lists of the whole store: order_rows, link_branch_rows, ADRARE, ADRLIN.
+/// Address lists of the whole store: order_rows, link_branch_rows, LNKADR, ADRARE, ADRLIN.
 void rebuild_addresses(Run& run);
 
 /// Buses with NOINT 0 and branches with NFROM 0 are dropped, and with them all that stands on them; every reference

@@ -3,6 +3,14 @@
 
 namespace korvane {
 
+/// Whether a row that tells the family of its reference may name this one: a change of a contingency, a term of a
+/// constraint.
+static bool named_by_rows(Family f) {
+    for (int type = change::generation; type <= change::bypass_off; ++type)
+        if (family_of_change(type) == f) return true;
+    return f == Family::control_variable || f == Family::branch;
+}
+
 static std::vector<FamilyInfo> make_layout() {
     // Distances between the members of a store that nobody uses: its pages stay untouched.
     const StorePtr sample = make_store();
@@ -17,6 +25,10 @@ static std::vector<FamilyInfo> make_layout() {
             using Entry = typename std::remove_cvref_t<decltype(c)>::value_type;
             ColumnInfo column{c.name, distance(&t, &table), sizeof(Entry), std::nullopt};
             if constexpr (is_ref<Entry>::value) column.target = Entry::family;
+            if constexpr (std::is_same_v<Entry, AnyRef>)
+                column.target_of = [](const void* tables, int row) {
+                    return static_cast<const std::remove_reference_t<decltype(t)>*>(tables)->target_of(row);
+                };
             info.columns.push_back(column);
         });
         all.push_back(std::move(info));
@@ -24,7 +36,8 @@ static std::vector<FamilyInfo> make_layout() {
     for (FamilyInfo& family : all)
         for (const FamilyInfo& other : all)
             for (const ColumnInfo& c : other.columns)
-                if (c.target == family.family) family.referenced = true;
+                if (c.target == family.family || (c.target_of && named_by_rows(family.family)))
+                    family.referenced = true;
     return all;
 }
 
@@ -66,9 +79,10 @@ void remap(Store& s, Family f, const RowMap& moved) {
         std::memcpy(&n, tables, sizeof n);
         n += s.cmp.of(family.family).off * s.cmp.compacted;
         for (const ColumnInfo& c : family.columns) {
-            if (c.target != f) continue;
+            if (c.target != f && !c.target_of) continue;
             int* const at = reinterpret_cast<int*>(tables + c.offset);
-            for (int i = 0; i < n; ++i) at[i] = moved(at[i]);
+            for (int i = 0; i < n; ++i)
+                if (!c.target_of || c.target_of(tables, i + 1) == f) at[i] = moved(at[i]);
         }
     }
 }

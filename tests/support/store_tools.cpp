@@ -49,7 +49,50 @@ std::string at(const FamilyView& f, const ColumnInfo& c, int i) {
 }
 
 /// The most rows that a family has room for, of those that have little.
-int room(Family f) { return f == Family::frequency_island ? MXFRP : f == Family::link ? MXLDC : 100; }
+int room(Family f) {
+    switch (f) {
+        case Family::frequency_island: return MXFRP;
+        case Family::link: return MXLDC;
+        case Family::contingency_class: return MXPRI;
+        case Family::group_constraint: return MXRES;
+        default: return 100;
+    }
+}
+
+/// The family that an entry refers to; nothing for a column of values.
+std::optional<Family> target(const FamilyView& f, const ColumnInfo& c, int i) {
+    return c.target_of ? c.target_of(f.tables, i) : c.target;
+}
+
+/// Changes of contingencies and terms of constraints name elements that are there; parts lie one behind the other.
+void make_studies(Store& s, std::mt19937& random) {
+    auto below = [&](int n) { return int(random() % unsigned(n)); };
+    auto element = [&](Family f) { return 1 + below(family(s, f).count()); };
+    s.pri.NPRI = 1;  // one class chains them all
+    s.pri.NCTPRI(1) = 1;
+    for (int i : rows(s.ctg.NCTG)) {
+        s.ctg.NXCTG(i) = i < s.ctg.NCTG ? i + 1 : -1;
+        s.ctg.IFCTG(i) = std::max<int>(s.ctg.IPCTG(i), s.ctg.IFCTG(i));
+    }
+    for (int i : rows(s.chg.NCHG)) {
+        do s.chg.ITCTG(i) = 1 + below(change::bypass_off);
+        while (!family_of_change(s.chg.ITCTG(i)));
+        s.chg.NOCTG(i) = element(*s.chg.target_of(i));
+    }
+    for (int i : rows(s.cft.NCFT)) {
+        s.cft.ITCFT(i) = 1 + below(3);
+        s.cft.NOCFT(i) = element(*s.cft.target_of(i));
+    }
+    for (int i : rows(s.vco.NCONX)) {
+        s.vco.NOCONX(i) = s.gen.NOGEN(1 + below(s.gen.NG));
+        s.vco.ITCONX(i) = 0;
+        if (below(2)) continue;
+        s.vco.ITCONX(i) = element(Family::generator);
+        s.vco.NOCONX(i) = s.gen.NOGEN(s.vco.ITCONX(i));
+    }
+    for (int i : rows(s.vco.NCONX + 1)) s.vco.LPTOX(i) = std::min(i, s.pto.NPTO + 1);
+    for (int i : rows(s.res.NRES + 1)) s.res.IPCFT(i) = std::min(i, s.cft.NCFT + 1);
+}
 
 }  // namespace
 
@@ -89,11 +132,13 @@ std::string first_difference(Store& a, Store& b) {
 std::string stray_reference(Store& s) {
     for (const FamilyView& f : families(s))
         for (const ColumnInfo& c : f.info.columns) {
-            if (!c.target) continue;
-            const int limit = family(s, *c.target).all_rows();
-            for (int i : rows(f.all_rows()))
-                if (std::abs(f.reference(c, i)) > limit)
+            if (!c.target && !c.target_of) continue;
+            for (int i : rows(f.all_rows())) {
+                const auto to = target(f, c, i);
+                const int limit = to ? family(s, *to).all_rows() : 0;
+                if (to && std::abs(f.reference(c, i)) > limit)
                     return at(f, c, i) + " = " + std::to_string(f.reference(c, i)) + " of " + std::to_string(limit);
+            }
         }
     return "";
 }
@@ -165,7 +210,7 @@ std::vector<std::vector<std::uint64_t>> contents(Store& s) {
         auto& values = own[std::size_t(f.info.family)];
         values.assign(std::size_t(f.all_rows()) + 1, std::uint64_t(f.info.family));
         for (const ColumnInfo& c : f.info.columns)
-            if (!c.target && std::string_view(c.name) != "LITRF")
+            if (!c.target && !c.target_of && std::string_view(c.name) != "LITRF")
                 for (int i : rows(f.all_rows())) values[std::size_t(i)] = mix(values[std::size_t(i)], f.hash(c, i));
     }
     for (const FamilyView& f : families(s)) {
@@ -173,9 +218,10 @@ std::vector<std::vector<std::uint64_t>> contents(Store& s) {
         for (int i : rows(f.all_rows())) {
             std::uint64_t h = own[std::size_t(f.info.family)][std::size_t(i)];
             for (const ColumnInfo& c : f.info.columns) {
-                if (!c.target) continue;
+                const auto to = target(f, c, i);
+                if (!to) continue;
                 const int row = f.reference(c, i);
-                h = mix(h, row ? own[std::size_t(*c.target)][std::size_t(std::abs(row))] + (row < 0) : 0);
+                h = mix(h, row ? own[std::size_t(*to)][std::size_t(std::abs(row))] + (row < 0) : 0);
             }
             list.push_back(h);
         }
@@ -240,6 +286,7 @@ void fill_at_random(Store& s, unsigned seed, double off) {
     for (int c : rows(s.csc.NCSC)) s.csc.LICSC(c) = c;
     for (int b : rows(s.bsh.NBSH))
         if (below(2)) s.bsh.IDCIR(b) = 0;
+    make_studies(s, random);
 }
 
 }  // namespace korvane::testing
