@@ -21,6 +21,7 @@ struct ReferenceCase {
     const char* name;
     int iterations;
 };
+inline void PrintTo(const ReferenceCase& c, std::ostream* out) { *out << c.name; }
 inline constexpr ReferenceCase REFERENCE_CASES[] = {
     {"case9", 4},           {"case14", 3},           {"case30", 4},         {"case_ieee30", 3},
     {"case39", 3},          {"case57", 4},           {"case118", 3},        {"case300", 5},
@@ -106,6 +107,18 @@ inline LimitedDifference limited_difference(Store& s, double base, const std::st
     return d;
 }
 
+/// Branches by their numbers, the lower bus first.
+using BranchNumber = std::tuple<int, int, int>;
+inline BranchNumber branch_number(int from, int to, int circuit) {
+    return {std::min(from, to), std::max(from, to), circuit};
+}
+inline std::map<BranchNumber, int> branches_by_number(const Store& s) {
+    std::map<BranchNumber, int> branch;
+    for (int l : rows(s.branch.NL))
+        branch[branch_number(s.bus.NOINT(s.branch.NFROM(l)), s.bus.NOINT(s.branch.NTO(l)), s.branch.NCIR(l))] = l;
+    return branch;
+}
+
 inline Difference difference(const Store& s, double base, const std::string& name) {
     Difference d;
     auto worst = [](double& at, double x, double y) {
@@ -125,14 +138,10 @@ inline Difference difference(const Store& s, double base, const std::string& nam
         worst(d.generation, p[std::size_t(k)], row[3]);
         worst(d.generation, q[std::size_t(k)], row[4]);
     });
-    std::map<std::tuple<int, int, int>, int> branch;
-    for (int l : rows(s.branch.NL)) {
-        const int f = s.bus.NOINT(s.branch.NFROM(l)), t = s.bus.NOINT(s.branch.NTO(l));
-        branch[{std::min(f, t), std::max(f, t), s.branch.NCIR(l)}] = l;
-    }
+    const auto branch = branches_by_number(s);
     each_row(reference_folder(name) + "/branches.csv", [&](const std::vector<double>& row) {
         const int f = int(row[0]), t = int(row[1]);
-        const auto it = branch.find({std::min(f, t), std::max(f, t), int(row[2])});
+        const auto it = branch.find(branch_number(f, t, int(row[2])));
         if (it == branch.end()) return;
         ++d.branches;
         BranchFlow w = branch_flow(s, it->second);
