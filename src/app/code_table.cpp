@@ -1,6 +1,7 @@
 #include "app/code_table.hpp"
 
 #include "app/handlers.hpp"
+#include "casestore/casestore.hpp"
 #include "frame/run.hpp"
 #include "network/individual_generators.hpp"
 #include "network/network.hpp"
@@ -165,8 +166,8 @@ constexpr CodeRow NAMED[] = {
     {19, "EXSB", {k(16, 190)}, nullptr, sensitivity_ran},
     {20, "EXOP", {k(29, 200)}, nullptr, runs_stale},
     {21, "DSHL", {k(2, 210)}, INPSHL, counted_changed<21, &Store::shl>},
-    {22, "SNAP"},
-    {23, "ARQV"},
+    {22, "SNAP", {}, CNSNAP},
+    {23, "ARQV", {}, case_file},
     {24, "RELA", {}, print_reports},
     {25, "CART", {k(1, 250)}, write_deck},
     {26, "DCRE", {k(35, 260)}, nullptr, links_removed},

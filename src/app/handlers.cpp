@@ -1,6 +1,7 @@
 #include "app/handlers.hpp"
 
 #include "cards/cards.hpp"
+#include "casestore/casestore.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
 #include "platform/files.hpp"
@@ -86,6 +87,10 @@ void solve_power_flow(Run& run) {
 void print_reports(Run& run) {
     report_dispatch(run);
     monitoring_reports(run);
+}
+
+void case_file(Run& run) {
+    if (CNFILE(run)) OUTOPT(run);
 }
 
 void write_deck(Run& run) {

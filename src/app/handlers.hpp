@@ -18,6 +18,9 @@ void solve_power_flow(Run& run);
 /// RELA: the reports of the line.
 void print_reports(Run& run);
 
+/// ARQV: what its options ask of the case file; after a restore the options that are in effect.
+void case_file(Run& run);
+
 /// CART: the deck, from the beginning of the card unit.
 void write_deck(Run& run);
 

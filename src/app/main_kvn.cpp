@@ -4,8 +4,12 @@
 #include <map>
 #include <tuple>
 
+#include "app/case_tool.hpp"
 #include "app/code_table.hpp"
 #include "app/export.hpp"
+#include "casestore/directory.hpp"
+#include "casestore/record_file.hpp"
+#include "frame/control.hpp"
 #include "network/store.hpp"
 #include "platform/files.hpp"
 #include "platform/host.hpp"
@@ -22,6 +26,8 @@ constexpr const char* VERSION = "kvn " KORVANE_VERSION;
 struct Request {
     std::string deck, report, cases, cards, log, folder;
     bool quiet = false;
+    bool looks_at_cases = false, checks = false;  // `kvn cases`, on the file `cases`
+    int number = 0;                               // of the case to export, 0 for none
 };
 
 void tell(const std::string& text) {
@@ -85,7 +91,9 @@ std::string usage_error(const CLI::ParseError& e) {
     if (dynamic_cast<const CLI::ExtrasError*>(&e))
         return "argumento desconhecido: " + detail.substr(detail.rfind(": ") + 2);
     if (dynamic_cast<const CLI::RequiredError*>(&e))
-        return detail.find("DECK") == detail.npos ? "falta o comando \"run\"" : "falta o arquivo de dados (DECK)";
+        return detail.find("DECK") != detail.npos   ? "falta o arquivo de dados (DECK)"
+               : detail.find("FILE") != detail.npos ? "falta o arquivo de casos (FILE)"
+                                                    : "falta o comando \"run\" ou \"cases\"";
     const std::string option = detail.substr(0, detail.find_first_of(": "));
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&e)) return "opção sem valor ou repetida: " + option;
     if (dynamic_cast<const CLI::ValidationError*>(&e)) return "opção com valor em branco: " + option;
@@ -120,8 +128,15 @@ std::optional<int> read_arguments(int argc, char** argv, Request& request) {
         run.add_option(name, *value, text)->type_name(kind)->check([name = std::string(name)](const std::string& v) {
             return v.empty() ? name : std::string();
         });
+    CLI::App& cases = *app.add_subcommand("cases", "Lista, verifica ou exporta os casos de um arquivo");
+    cases.group("Comandos");
+    cases.add_option("FILE", request.cases, "Arquivo de casos gravados")->type_name("")->required();
+    cases.set_help_flag("-h,--help", "Mostra esta ajuda e termina");
+    cases.add_flag("--check", request.checks, "Verifica todas as cadeias e todos os casos");
+    std::pair<int, std::string> exported;
+    cases.add_option("--export", exported, "Número de um caso e pasta para as suas tabelas")->type_name("N DIR");
     run.add_flag("--quiet", request.quiet, "Não mostra a saída do programa no terminal");
-    for (CLI::App* a : {&app, &run}) {
+    for (CLI::App* a : {&app, &run, &cases}) {
         a->get_formatter()->label("Usage", "Uso");
         a->get_formatter()->label("OPTIONS", "opções");
         a->get_formatter()->label("SUBCOMMAND", "COMANDO");
@@ -130,7 +145,13 @@ std::optional<int> read_arguments(int argc, char** argv, Request& request) {
     }
     try {
         app.parse(argc, argv);
-        return std::nullopt;
+        request.looks_at_cases = cases.parsed();
+        if (!request.looks_at_cases) return std::nullopt;
+        const bool wanted = cases.count("--export") > 0;
+        if (wanted) std::tie(request.number, request.folder) = exported;
+        if (!wanted || (request.number >= 1 && request.number <= CASES && !request.folder.empty())) return std::nullopt;
+        tell("uso incorreto: --export pede o número de um caso, de 1 a 99, e uma pasta (veja kvn --help)");
+        return WRONG_USAGE;
     } catch (const CLI::Success& e) {
         return app.exit(e);
     } catch (const CLI::ParseError& e) {
@@ -251,6 +272,52 @@ int run_deck(const Request& request) {
     return status;
 }
 
+/// `kvn cases`: the list, what is wrong with the file, or a case as tables.
+int look_at_cases(Request& request) {
+    Disk& disk = machine_disk();
+    const auto path = existing_file(request.cases);
+    const int file = path ? disk.open(*path, Disk::Open::for_reading) : -1;
+    if (file < 0) {
+        tell("o arquivo de casos '" + request.cases + "' não existe ou não pode ser lido");
+        return WRONG_USAGE;
+    }
+    FileRecords records(disk, file, *path, CASE_RECORD, false);
+    const auto print = [](const std::vector<std::string>& lines) {
+        for (const std::string& line : lines) std::printf("%s\n", line.c_str());
+    };
+    if (!request.checks && request.number == 0) {
+        const auto lines = case_list(records);
+        if (lines.empty()) tell("o diretório de '" + request.cases + "' não pode ser lido: não é um arquivo de casos");
+        print(lines);
+        return lines.empty() ? FAILED : NORMAL;
+    }
+    const auto host = make_platform();
+    request.cases.clear();  // the run itself needs no file
+    request.quiet = true;
+    FrontPlatform os(*host, request);
+    const StorePtr store = make_store();
+    const MatricesPtr matrices = make_matrices();
+    Run run(os, *store, *matrices);
+    equip(run);
+    start_up(run);
+    if (request.checks) {
+        const auto faults = case_faults(run, records);
+        print(faults);
+        if (!faults.empty()) return FAILED;
+        std::puts("nenhum defeito");
+    }
+    if (request.number == 0) return NORMAL;
+    if (const std::string fault = case_restored(run, records, request.number); !fault.empty()) {
+        tell("caso " + std::to_string(request.number) + ": " + fault);
+        return FAILED;
+    }
+    if (const auto missing = export_run(run, request.folder, NORMAL)) {
+        tell("o arquivo '" + *missing + "' não pode ser gravado");
+        return FAILED;
+    }
+    return NORMAL;
+}
+
 }  // namespace
 }  // namespace korvane
 
@@ -259,6 +326,7 @@ int main(int argc, char** argv) {
     Request request;
     try {
         if (const auto status = read_arguments(argc, argv, request)) return *status;
+        if (request.looks_at_cases) return look_at_cases(request);
         if (const auto status = prepare_files(request)) return *status;
         return run_deck(request);
     } catch (const RunStop& stop) {

@@ -17,11 +17,12 @@ struct Part {
 };
 
 void clear_tables(Store& s) { s.btb.NBTB = s.ftb.NFTB = s.ltb.NLTB = s.pge.n = s.qge.n = 0; }
+void clear_contingencies(Store& s) { s.ctg.NCTG = s.pri.NPRI = s.chg.NCHG = s.ctv.NVAL = 0; }
 void nothing(Store&) {}
 
 constexpr Part PARTS[] = {
     {"TABE"_opt, {62, 64, 75, 76}, 2, 0, clear_tables},
-    {"CTGS"_opt, {8}, 3, -920, nothing},
+    {"CTGS"_opt, {8}, 3, 0, clear_contingencies},
     {"GRAF"_opt, {67, 68, 69, 70, 71, 72, 73, 74, 83}, 4, -930, nothing},
 };
 

@@ -154,5 +154,43 @@ TEST(Kvn, DecksOfEveryShapeEndWithAMessageAndTheRightStatus) {
     }
 }
 
+// Of two programs: one solves and saves, the other lists, checks and exports, with the same tables.
+TEST(Kvn, CasesAreListedCheckedAndExported) {
+    const TempDir dir;
+    dir.write("deck.dat", small_network() + "ARQV INIC\nSIM\nEXLF NEWT\nARQV GRAV NOVO\n 1\nARQV GRAV NOVO\n 7\nFIM\n");
+    const ProcessResult saved = run_kvn({"run", "deck.dat", "--quiet", "--cases", "c.sav", "--export", "out"});
+    ASSERT_EQ(saved.status, 0) << saved.errors;
+    const std::string bytes = dir.read("c.sav");
+    const ProcessResult list = run_kvn({"cases", "c.sav"});
+    EXPECT_EQ(list.status, 0) << list.errors;
+    for (const char* part : {" 1  largo    78", " 7  largo    78", "2 casos, ", " de 469 registros"})
+        EXPECT_NE(list.output.find(part), std::string::npos) << list.output;
+    const ProcessResult exported = run_kvn({"cases", "c.sav", "--check", "--export", "7", "again"});
+    EXPECT_EQ(exported.status, 0) << exported.output << exported.errors;
+    EXPECT_EQ(exported.output, "nenhum defeito\n");
+    for (const char* table : {"/buses.csv", "/branches.csv"})
+        EXPECT_EQ(dir.read(std::string("again") + table), dir.read(std::string("out") + table)) << table;
+    EXPECT_TRUE(dir.read("c.sav") == bytes) << "looking changes nothing";
+
+    // Case 7 begins with the first record of case 1; its own records are lost.
+    std::string damaged = bytes;
+    damaged.replace(12, 2, damaged.substr(0, 2));
+    dir.write("bad.sav", damaged);
+    const ProcessResult bad = run_kvn({"cases", "bad.sav", "--check"});
+    EXPECT_EQ(bad.status, 1);
+    for (const char* part : {"caso 7: a cadeia passa pelo registro 2, que é do caso 1", "em nenhuma cadeia"})
+        EXPECT_NE(bad.output.find(part), std::string::npos) << bad.output;
+
+    dir.write("text.sav", "no cases");
+    for (const auto& [arguments, status] : {std::pair<std::vector<std::string>, int>{{"cases"}, 2},
+                                            {{"cases", "missing.sav"}, 2},
+                                            {{"cases", "text.sav"}, 1},
+                                            {{"cases", "text.sav", "--check"}, 1},
+                                            {{"cases", "c.sav", "--export", "2", "x"}, 1},
+                                            {{"cases", "c.sav", "--export", "0", "x"}, 2},
+                                            {{"cases", "c.sav", "--export", "1"}, 2}})
+        EXPECT_EQ(run_kvn(arguments).status, status) << arguments.back();
+}
+
 }  // namespace
 }  // namespace korvane::testing

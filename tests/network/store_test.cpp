@@ -439,7 +439,16 @@ TEST(NewCase, ClearsAllOrWhatItsOptionsName) {
         EXPECT_EQ(s.status, 0) << s.messages();
         EXPECT_EQ(s.store().bus.NB, 1);
         EXPECT_FALSE(s.run.TITLE.blank());
-        EXPECT_EQ(s.numbers("INICAS"), (std::vector{-920, -930}));
+        EXPECT_EQ(s.numbers("INICAS"), (std::vector{-930}));
+    }
+    {
+        Session s;
+        s.start().run.store.ctg.NCTG = s.run.store.chg.NCHG = 1;
+        s.run.ctl.KNTRL[8] = true;
+        s.run.opt.set("CTGS"_opt);
+        INICAS(s.run);
+        EXPECT_EQ(s.store().ctg.NCTG + s.store().chg.NCHG, 0);
+        EXPECT_FALSE(s.run.ctl.KNTRL[8]);
     }
 }
 

@@ -1,0 +1,269 @@
+// ARQV and SNAP as the operator knows them: numbers, answers, messages, pages.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "casestore/case_bench.hpp"
+#include "casestore/casestore.hpp"
+#include "casestore/record_file.hpp"
+#include "casestore/stored_networks.hpp"
+#include "support/reference.hpp"
+
+namespace korvane::testing {
+namespace {
+
+/// A run with a case file of its own and a network of three buses in memory.
+class Desk {
+public:
+    Session session{SessionOptions{}};
+    korvane::Run& run;
+    Desk() : run(session.start().run) {
+        open(RecordFile::Mode::create);
+        network();
+    }
+    void network() {
+        made_store(run, 5, 0.0, 9000);
+        run.store.sol.CONVSTAT = 1;
+        run.TITLE = Text<80>::of("Three buses");
+    }
+    void open(RecordFile::Mode mode) {
+        run.units.cases.reset();
+        run.units.cases = std::make_unique<RecordFile>("CASES.SAV", CASE_RECORD, mode);
+    }
+    /// One ARQV with these options and the lines behind it. Numbers of the messages, as "CNFILE 100".
+    std::string arqv(std::initializer_list<Option> options, std::string_view lines, void (*routine)(Run&) = nullptr) {
+        run.opt.restore();
+        for (Option o : {"INIC"_opt, "ELIM"_opt, "GRAV"_opt, "REST"_opt, "LIST"_opt, "SUBS"_opt, "NOVO"_opt, "KORV"_opt,
+                         "V962"_opt, "AREG"_opt, "JUMP"_opt, "IMPR"_opt, "PECO"_opt})
+            run.opt.clear(o);
+        for (Option o : options) run.opt.set(o);
+        session.feed(lines);
+        run.msg.printed.clear();
+        session.os.output.clear();
+        try {
+            if (routine)
+                routine(run);
+            else
+                CNFILE(run);
+        } catch (const RunStop&) {  // a batch run ends behind an error
+        }
+        std::string all;
+        for (const auto& m : run.msg.printed)
+            all += (all.empty() ? "" : ", ") + m.routine + ' ' + std::to_string(m.number);
+        return all;
+    }
+    /// Case numbers in the file, each with w or n for its encoding and its version.
+    std::string cases() {
+        FileRecords r(machine_disk(), run.units.cases->descriptor(), "CASES.SAV", CASE_RECORD, true);
+        const Reading scope(r);
+        Directory d;
+        std::string all;
+        if (!scope || !d.read(r)) return "no directory";
+        for (int n = 1; n <= CASES; ++n) {
+            CaseHead head;
+            if (!d.has(n) || !read_head(r, d.first(n), head)) continue;
+            all += (all.empty() ? "" : " ") + std::to_string(n) + (head.encoding == Encoding::wide ? 'w' : 'n') +
+                   std::to_string(head.version);
+        }
+        return all;
+    }
+};
+
+TEST(CaseCommands, OptionsAnswersAndMessages) {
+    Desk d;
+    struct Row {
+        std::initializer_list<Option> options;
+        const char* lines;
+        const char* messages;
+        const char* cases;  // in the file afterwards
+    };
+    const auto INIC = "INIC"_opt, GRAV = "GRAV"_opt, REST = "REST"_opt, ELIM = "ELIM"_opt, LIST = "LIST"_opt,
+               SUBS = "SUBS"_opt, NOVO = "NOVO"_opt, KORV = "KORV"_opt, V962 = "V962"_opt, AREG = "AREG"_opt,
+               PECO = "PECO"_opt;
+    const Row table[] = {
+        {{}, "1\n", "", "no directory"},
+        {{GRAV, NOVO}, " 1\n", "SAVCAS 105", "no directory"},
+        {{REST}, " 1\n", "CNFILE 130", "no directory"},
+        {{LIST}, "", "LIFILE 100", "no directory"},
+        {{INIC}, "(a comment\nTALVEZ\n", "INFILE 100", "no directory"},
+        {{INIC}, "", "INFILE 120", "no directory"},
+        {{INIC}, "nao\n", "", "no directory"},
+        {{INIC, GRAV}, "  sim\n", "", ""},
+        {{GRAV, NOVO}, "  \n", "", "1w78"},
+        {{GRAV, NOVO}, " 1\n", "SAVCAS 120", "1w78"},
+        {{GRAV, NOVO, SUBS}, "(a comment\n 1\n", "", "1w78"},
+        {{GRAV, NOVO, SUBS, V962}, "99\n", "", "1w78 99w72"},
+        {{GRAV, NOVO}, "-1\n", "CNFILE 110", "1w78 99w72"},
+        {{GRAV, NOVO}, "x1\n", "CNFILE 105", "1w78 99w72"},
+        {{GRAV, NOVO}, "", "CNFILE 100", "1w78 99w72"},
+        {{GRAV}, " 3\n", "SAVCAS 90", "1w78 99w72"},
+        {{GRAV, KORV, NOVO}, "3\n", "", "1w78 3n78 99w72"},
+        {{GRAV, KORV, AREG}, "\n", "", "1w78 2n78 3n78 99w72"},
+        {{GRAV, NOVO, PECO}, " 5\n", "CNFILE 170", "1w78 2n78 3n78 99w72"},
+        {{REST}, "\n", "CNFILE 110", "1w78 2n78 3n78 99w72"},
+        {{REST}, "50\n", "RETCAS 110", "1w78 2n78 3n78 99w72"},
+        {{ELIM}, " 0\n", "CNFILE 110", "1w78 2n78 3n78 99w72"},
+        {{ELIM}, "50\n", "DELCAS 100", "1w78 2n78 3n78 99w72"},
+        {{ELIM, REST}, " 2\n", "", "1w78 3n78 99w72"},
+        {{LIST}, "", "", "1w78 3n78 99w72"},
+    };
+    for (const Row& row : table) {
+        EXPECT_EQ(d.arqv(row.options, row.lines), row.messages) << row.lines << row.cases;
+        EXPECT_EQ(d.cases(), row.cases) << row.lines << row.messages;
+        if (d.run.store.bus.NB == 0) d.network();
+    }
+    d.run.store.bus.NB = 0;
+    EXPECT_EQ(d.arqv({GRAV, NOVO}, " 7\n"), "SAVCAS 100");
+    d.network();
+    d.run.store.branch.STLIND(1) = false;
+    EXPECT_EQ(d.arqv({GRAV, KORV}, " 7\n"), "SAVCAS 101");
+    // An existing file keeps its size and loses its cases.
+    EXPECT_EQ(d.arqv({INIC}, "YES\n"), "");
+    EXPECT_EQ(d.cases(), "");
+    for (int n = 1; n <= 9; ++n) d.arqv({GRAV, NOVO}, "\n");
+    for (int n = 10; n <= 99; ++n) EXPECT_EQ(d.arqv({GRAV, NOVO}, "\n"), "") << n;
+    EXPECT_EQ(d.arqv({GRAV, NOVO}, "\n"), "SAVCAS 110");
+    d.run.units.cases.reset();
+    EXPECT_EQ(d.arqv({LIST}, ""), "CNFILE 150");
+}
+
+TEST(CaseCommands, AnUnsolvedCaseIsSavedWhenTheAnswerSaysSo) {
+    Desk d;
+    ASSERT_EQ(d.arqv({"INIC"_opt}, "SIM\n"), "");
+    struct Row {
+        bool jump;
+        const char *lines, *messages, *cases;
+    };
+    for (const Row& row : {Row{false, " 1\nNAO\n", "", ""}, Row{false, " 1\nno\n", "", ""},
+                           Row{false, " 1\nQUEM SABE\n", "CNFILE 140", ""}, Row{false, " 1\n\n", "CNFILE 140", ""},
+                           Row{false, " 1\n", "CNFILE 100", ""}, Row{true, " 1\n", "CNFILE -900", "1w78"},
+                           Row{false, " 2\n(comment\nsim\n", "", "1w78 2w78"}}) {
+        d.run.store.sol.CONVSTAT = 3;
+        std::initializer_list<Option> with{"GRAV"_opt, "NOVO"_opt, "JUMP"_opt}, without{"GRAV"_opt, "NOVO"_opt};
+        EXPECT_EQ(d.arqv(row.jump ? with : without, row.lines), row.messages) << row.lines;
+        EXPECT_EQ(d.cases(), row.cases) << row.lines;
+    }
+}
+
+TEST(CaseCommands, ARestoredCaseKeepsTheDefaultOfIcteThatTheRunHas) {
+    Desk d;
+    const std::size_t icte = "ICTE"_opt.index;
+    d.arqv({"INIC"_opt}, "SIM\n");
+    for (const bool in_file : {false, true}) {
+        d.run.opt.OPTDEF[icte] = in_file;
+        ASSERT_EQ(d.arqv({"GRAV"_opt, "NOVO"_opt, "SUBS"_opt}, " 1\n"), "");
+        d.run.opt.OPTDEF[icte] = !in_file;
+        d.arqv({"REST"_opt}, " 1\n");
+        EXPECT_EQ(d.run.opt.OPTDEF[icte], !in_file);
+        EXPECT_EQ(d.run.cas.held, 1);
+    }
+}
+
+TEST(CaseCommands, TheListShowsEveryCaseAndHowFullTheFileIs) {
+    Desk d;
+    d.run.cte.HIST = 101;
+    d.arqv({"INIC"_opt}, "SIM\n");
+    d.arqv({"GRAV"_opt, "NOVO"_opt}, " 4\n");
+    d.run.TITLE = Text<80>::of("narrow case");
+    d.arqv({"GRAV"_opt, "KORV"_opt}, "17\n");
+    ASSERT_EQ(d.arqv({"LIST"_opt}, ""), "");
+    const std::string& page = d.session.os.output;
+    for (const char* text :
+         {"  4       ", "Three buses", " 17       ", "narrow case", "Capacidade do arquivo ..:    100",
+          "Casos gravados .........:      2", "03/02/2001", "00.01.00"})
+        EXPECT_NE(page.find(text), std::string::npos) << text << '\n' << page;
+}
+
+TEST(CaseCommands, ANarrowCaseOfVersion63IsRefusedWhenItCannotHoldTheNetwork) {
+    struct Row {
+        const char* what;
+        void (*spoil)(Store&);
+        int message;
+    };
+    const Row table[] = {
+        {"plain", [](Store&) {}, 0},
+        {"unit", [](Store& s) { s.gei.NGEI = 1; }, 90},
+        {"load", [](Store& s) { s.cai.NCAI = 1; }, 90},
+        {"bank", [](Store& s) { s.bsh.NBSH = 1; }, 90},
+        {"group", [](Store& s) { s.agr.count(6) = 1; }, 90},
+        {"later group", [](Store& s) { s.agr.count(7) = 1; }, 0},
+        {"bus number", [](Store& s) { s.bus.NOINT(2) = 9999; }, 90},
+        {"area number", [](Store& s) { s.area.NAINT(1) = 100; }, 90},
+        {"base group", [](Store& s) { s.gbt.GBTEN(1).at[0] = 'A'; }, 90},
+        {"limit group", [](Store& s) { s.glt.GLTEN(1).at[0] = 'A'; }, 90},
+        {"bus off", [](Store& s) { s.bus.STBUS(2) = false; }, 90},
+        {"compensator off", [](Store& s) { s.cer.STUCER(1) = false; }, 90},
+        {"motor off", [](Store& s) { s.mot.STMOT(1) = false; }, 90},
+        {"link off", [](Store& s) { s.ldc.STUELO(1) = false; }, 90},
+        {"line shunt off", [](Store& s) { s.shl.STSHLP(1) = false; }, 90},
+        {"open end", [](Store& s) { s.branch.STLINP(1) = false; }, 101},
+        {"other rating", [](Store& s) { s.branch.KAPAQ(1) += 1; }, 90},
+        {"large number", [](Store& s) { s.mot.IDEGM(1) = 32768; }, 90},
+    };
+    Session session;
+    korvane::Run& run = session.start().run;
+    for (const Row& row : table) {
+        made_store(run, 4, 0.0, 9000);
+        Store& s = run.store;
+        s.gei.NGEI = s.cai.NCAI = s.bsh.NBSH = s.bshl.NBSHL = 0;
+        s.agr.count.fill(MXAGR, 0);
+        for (int g : rows(s.gbt.NGBT)) s.gbt.GBTEN(g).at[0] = ' ';
+        for (int g : rows(s.glt.NGLT)) s.glt.GLTEN(g).at[0] = ' ';
+        for (int l : rows(s.branch.NL)) s.branch.KAPAQ(l) = s.branch.KAPAC(l);
+        row.spoil(s);
+        MemoryRecords r(CASE_RECORD);
+        EXPECT_EQ(save_case(run, r, Encoding::narrow, PLAIN_VERSION), row.message) << row.what;
+    }
+}
+
+TEST(CaseCommands, TwoProgramsDoNotWriteOneFileAtATime) {
+    Desk d;
+    d.arqv({"INIC"_opt}, "SIM\n");
+    ASSERT_EQ(d.arqv({"GRAV"_opt, "NOVO"_opt}, " 1\n"), "");
+    const RecordFile other("CASES.SAV", CASE_RECORD, RecordFile::Mode::existing);
+    FileRecords r(machine_disk(), other.descriptor(), "CASES.SAV", CASE_RECORD, true);
+    {
+        Writing busy(r);
+        ASSERT_TRUE(busy);
+        for (auto operation : {"GRAV"_opt, "ELIM"_opt})
+            EXPECT_EQ(d.arqv({operation, "NOVO"_opt}, " 2\n"), "CNFILE 160");
+        EXPECT_EQ(d.arqv({"REST"_opt}, " 1\n"), "RETCAS -110");  // what was made at random is not consistent
+    }
+    EXPECT_EQ(d.arqv({"GRAV"_opt, "NOVO"_opt}, " 2\n"), "");
+    EXPECT_EQ(d.cases(), "1w78 2w78");
+}
+
+TEST(CaseCommands, SnapChecksItsNumberAndDoesNothingElse) {
+    Desk d;
+    struct Row {
+        Option option;
+        const char *lines, *messages;
+    };
+    for (const Row& row : {Row{"GRAV"_opt, " 1\n", ""}, Row{"GRAV"_opt, "\n", ""}, Row{"REST"_opt, "\n", "CNSNAP 110"},
+                           Row{"REST"_opt, "", "CNSNAP 100"}, Row{"ELIM"_opt, "a\n", "CNSNAP 105"},
+                           Row{"ELIM"_opt, " 0\n", "CNSNAP 110"}, Row{"LIST"_opt, "", ""}})
+        EXPECT_EQ(d.arqv({row.option}, row.lines, CNSNAP), row.messages) << row.lines;
+}
+
+// Solved, saved, restored by another run, reported: byte by byte the same pages.
+TEST(CaseCommands, AReportOfARestoredCaseIsTheReportOfTheSolvedOne) {
+    for (const ReferenceCase& c : {REFERENCE_CASES[1], REFERENCE_CASES[7], REFERENCE_CASES[8]}) {
+        if (!reference_present(c.name)) GTEST_SKIP() << "no reference networks beside the checkout";
+        constexpr const char* REPORTS = "RELA RBAR FILE\n";
+        TempDir files;
+        const std::string path = files.path() + "/CASES.SAV";
+        std::ofstream(path).close();
+        const SessionOptions with{.variables = {{"KVN$SAVCA", path}}};
+        const Session solved(
+            reference_deck(c.name, std::string("ARQV INIC\nSIM\nEXLF NEWT\nARQV GRAV NOVO\n 1\n") + REPORTS), with);
+        ASSERT_EQ(solved.store().sol.CONVSTAT, 1) << solved.messages();
+        const Session restored(std::string("ARQV REST\n 1\n") + REPORTS + "FIM\n", with);
+        EXPECT_EQ(restored.messages(), "") << c.name;
+        EXPECT_GT(solved.print().size(), 1000u);
+        EXPECT_EQ(restored.print(), solved.print()) << c.name;
+    }
+}
+
+}  // namespace
+}  // namespace korvane::testing
