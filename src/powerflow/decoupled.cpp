@@ -20,6 +20,7 @@ void enter(Run& run) {
     sol.XMI = 1;
     st.nlimq = 0;
     st.residual.DQ = REOPENED;
+    start_limits(run);
     collect_injections(run);
     map_generators(run);
 }
@@ -99,6 +100,26 @@ void reactive_mismatch(Run& run) {
     s.sol.NODEQ = worst.bus ? s.bus.NOINT(worst.bus) : 0;
 }
 
+double& mismatch_of(Run& run, int k) { return run.mat.x[std::size_t(run.mat.plain.NORDER(k) - 1)]; }
+
+// Interchange, once the active mismatch is small. False when nobody can take what is left.
+bool control_interchange(Run& run) {
+    const Options& opt = run.opt;
+    if ((!opt["CINT"_opt] && !opt["DPER"_opt]) || !(run.mat.state.residual.DP <= run.cte.EXST)) return true;
+    adjust_interchange(run, mismatch_of);
+    run.store.sol.DPMAX = run.mat.state.residual.DP;
+    return run.store.sol.CONVSTAT == 0;
+}
+
+// Reactive and voltage limits, once the reactive mismatch is small. B'' follows the types; false when it cannot.
+bool control_limits(Run& run) {
+    const Options& opt = run.opt;
+    if ((!opt["QLIM"_opt] && !opt["VLIM"_opt]) || !(run.mat.state.residual.DQ <= run.cte.QLST)) return true;
+    const bool turned = check_limits(run, mismatch_of, false);
+    run.store.sol.DQMAX = run.mat.state.residual.DQ;
+    return !turned || rebuild_second(run);
+}
+
 /// A half is spent; false when its limit is reached.
 bool spend(Run& run, int& half) {
     if (half >= run.cte.ACIT) {
@@ -154,6 +175,7 @@ bool both_halves(Run& run) {
     }
     if (!angles_stand && !active_half(run)) return false;
     reactive_mismatch(run);
+    if (!control_limits(run)) return false;
     if (!reactive_met(run)) return reactive_half(run);
     if (angles_stand) run.store.sol.CONVSTAT = 1;
     return true;
@@ -177,15 +199,20 @@ void solve_decoupled(Run& run) {
     report_heading(run, Method::decoupled);
     const int most = 4 * run.cte.ACIT + 4;  // cycles in which only the controls move are not for ever
     for (int cycle = 0; cycle <= most; ++cycle) {
-        if (active) active_mismatch(run);
+        if (active) {
+            active_mismatch(run);
+            if (!control_interchange(run)) break;
+        }
         active = true;
         if (!both_halves(run)) break;
         if (run.opt["CREM"_opt]) adjust_remote(run, true);
         if (run.opt["CTAP"_opt] && sol.DQMAX <= run.cte.TPST) adjust_taps(run);
         report_switches(run, Method::decoupled);
-        if (sol.CONVSTAT != 0 || start_done(run)) return;
+        if (sol.CONVSTAT != 0) break;
+        if (start_done(run)) return;
+        if (cycle == most) sol.CONVSTAT = 2;
     }
-    if (sol.CONVSTAT == 0) sol.CONVSTAT = 2;
+    tell_stuck(run);
 }
 
 }  // namespace korvane

@@ -13,10 +13,9 @@ constexpr struct {
     int warning;
     bool newton_only;  // the iterations beside Newton honour it
 } NOT_YET[] = {
-    {"CINT"_opt, -958, false}, {"DPER"_opt, -959, false}, {"BPAR"_opt, -960, false}, {"BPSI"_opt, -961, false},
-    {"QLIM"_opt, -962, false}, {"VLIM"_opt, -963, false}, {"CREM"_opt, -964, true},  {"CTAP"_opt, -965, true},
-    {"CPHS"_opt, -966, false}, {"CSCA"_opt, -967, false}, {"CELO"_opt, -968, false}, {"FREQ"_opt, -969, false},
-    {"CPRI"_opt, -970, false}, {"TABE"_opt, -971, false}, {"PLTG"_opt, -972, false}, {"CPER"_opt, -974, false},
+    {"CREM"_opt, -964, true},  {"CTAP"_opt, -965, true},  {"CPHS"_opt, -966, false}, {"CSCA"_opt, -967, false},
+    {"CELO"_opt, -968, false}, {"FREQ"_opt, -969, false}, {"CPRI"_opt, -970, false}, {"TABE"_opt, -971, false},
+    {"PLTG"_opt, -972, false}, {"CPER"_opt, -974, false},
 };
 
 void warn_of_options(Run& run) {
@@ -108,6 +107,8 @@ void solve(Run& run, bool from_linear) {
         else
             MSGPUT(run, "PWFSOL", 110);
     } else if (!from_linear || linear_start(run)) {
+        if (run.opt["BPAR"_opt] || run.opt["BPSI"_opt])
+            if (!distribute_balance(run)) MSGPUT(run, "PWFSOL", -910);
         if (MATRIX(run))
             SOLVLF(run);
         else

@@ -6,16 +6,14 @@
 #include <algorithm>
 #include <cmath>
 
+#include "powerflow/augmented.hpp"
+#include "powerflow/capability.hpp"
 #include "powerflow/load_models.hpp"
 #include "powerflow/solver.hpp"
 
 namespace korvane {
 
 namespace {
-
-/// Controls and devices, in the order in which their rows stand behind those of the buses. Each later kind of device
-/// adds its line here.
-constexpr std::array<Device, 0> DEVICES{};
 
 bool dead(int type) { return std::abs(type) > 3; }
 
@@ -31,33 +29,16 @@ void enter(Run& run) {
         sol.CONVSTAT = 0;
         sol.XMI = 1;
         st.nlimq = 0;
+        start_limits(run);
         for (int i : rows(run.store.ilh.count)) run.mat.island(i).KONLF2 = 0;
     }
 }
 
 void leave(Run& run) {
-    SolverState& st = run.mat.state;
-    Solution& sol = run.store.sol;
-    sol.NITQ = sol.NITP;
-    st.NEQ = run.store.bus.NB;
-    st.NBR = run.store.branch.NL;
-    st.augmented = false;
-}
-
-// The augmented equations, and their order. Without devices of their own rows the order of the plain network holds.
-bool build_equations(Run& run) {
-    const Store& s = run.store;
-    SolverState& st = run.mat.state;
-    st.rebuild = false;
-    st.NEQ = s.bus.NB;
-    st.NBR = s.branch.NL;
-    st.residual = {};
-    for (int i : rows(s.ilh.count)) run.mat.island(i).residual = {};
-    refresh_angles(run);
-    for (const Device& d : devices())
-        if (d.build && !d.build(run)) return false;
-    st.augmented = st.NEQ > s.bus.NB || st.NBR > s.branch.NL;
-    return !st.augmented || OPTIMO(run, run.mat.augmented, st.NEQ, st.NBR);
+    run.store.sol.NITQ = run.store.sol.NITP;
+    remove_equations(run);
+    tell_stuck(run);
+    if (!run.opt["NCAP"_opt]) CAPABI(run);
 }
 
 // --- assembly
@@ -443,8 +424,6 @@ void update(Run& run, std::span<const Device> acting) {
 
 }  // namespace
 
-std::span<const Device> devices() { return DEVICES; }
-
 void collect_injections(Run& run) {
     const Store& s = run.store;
     auto& injected = run.mat.work.injected;
@@ -476,14 +455,53 @@ void assemble_network(Run& run) {
     if (run.opt["CILH"_opt]) scan_islands(run);
 }
 
-void assemble(Run& run) {
+bool build_equations(Run& run) {
+    const Store& s = run.store;
     SolverState& st = run.mat.state;
-    if (run.store.sol.NITP == 0) reset_types(run);
-    assemble_network(run);
-    st.DQMAXIMO = st.residual.DQ;
+    st.rebuild = false;
+    st.NEQ = s.bus.NB;
+    st.NBR = s.branch.NL;
+    st.residual = {};
+    for (int i : rows(s.ilh.count)) run.mat.island(i).residual = {};
+    refresh_angles(run);
+    for (const Device& d : devices())
+        if (d.build && !d.build(run)) return false;
+    st.augmented = st.NEQ > s.bus.NB || st.NBR > s.branch.NL;
+    return !st.augmented || OPTIMO(run, run.mat.augmented, st.NEQ, st.NBR);
+}
+
+bool control_generation(Run& run) {
+    const Options& opt = run.opt;
+    Residuals& residual = run.mat.state.residual;
+    if ((opt["CINT"_opt] || opt["DPER"_opt]) && residual.DP <= run.cte.EXST) {
+        adjust_interchange(run, [](Run& r, int k) -> double& { return r.mat.side[row_of(r, k)].DELTA; });
+        if (run.store.sol.CONVSTAT == 4) return false;
+    }
+    run.mat.state.DQMAXIMO = residual.DQ;
+    // Under CILH every island is looked at by its own mismatch.
+    if ((opt["QLIM"_opt] || opt["VLIM"_opt]) && (opt["CILH"_opt] || residual.DQ <= run.cte.QLST))
+        check_limits(
+            run, [](Run& r, int k) -> double& { return r.mat.side[row_of(r, k)].WORK; }, opt["CILH"_opt]);
+    return true;
+}
+
+static void write_controls(Run& run) {
+    clear_equations(run);
     for (const Device& d : devices())
         if (d.assemble) d.assemble(run);
     close_equations(run);
+}
+
+void assemble(Run& run) {
+    if (run.store.sol.NITP == 0) reset_types(run);
+    assemble_network(run);
+    if (control_generation(run)) write_controls(run);
+}
+
+// The same state in another order: what controls have decided on this pass stands.
+static void reassemble(Run& run) {
+    assemble_network(run);
+    write_controls(run);
 }
 
 void close_equations(Run& run) {
@@ -528,7 +546,7 @@ void SOLVNW(Run& run, int& status) {
                 break;
             }
             ++sol.NITP;
-            if (!iterate(run, {"SOLVNW", devices(), assemble})) break;
+            if (!iterate(run, {"SOLVNW", devices(), reassemble})) break;
         } else if (sol.CONVSTAT == 3)
             break;
         else

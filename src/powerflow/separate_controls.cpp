@@ -123,10 +123,13 @@ void BCSOLV(Run& run) {
     if (st.resolve != 0 || !run.opt["PART"_opt]) {
         sol.NITP = sol.CONVSTAT = st.nlimq = 0;
         sol.XMI = 1;
+        start_limits(run);
     }
     const int most = 4 * run.cte.ACIT + 4;  // passes in which only the controls move are not for ever
     for (int pass = 0; sol.CONVSTAT == 0; ++pass) {
-        assemble_separate(run);
+        assemble_network(run);
+        if (!control_generation(run)) break;
+        close_equations(run);
         if (converged(run))
             sol.CONVSTAT = 1;
         else if (sol.NITP >= run.cte.ACIT || pass > most)
@@ -141,6 +144,7 @@ void BCSOLV(Run& run) {
         report_switches(run);
     }
     sol.NITQ = sol.NITP;
+    tell_stuck(run);
 }
 
 }  // namespace korvane

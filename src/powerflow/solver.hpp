@@ -1,5 +1,6 @@
 // What the routines of this folder share: admittances, islands, the Newton iteration and its report.
 #pragma once
+#include <cmath>
 #include <optional>
 #include <span>
 #include <string>
@@ -63,7 +64,7 @@ void start_angles(Run& run);
 void list_bus(Run& run, int k);
 void print_listed(Run& run, std::string_view routine);
 
-// --- the Newton iteration
+// --- controls
 
 /// A kind of control or device that adds rows of its own to the Newton equations. A hook that is missing is skipped.
 struct Device {
@@ -74,6 +75,39 @@ struct Device {
     void (*adjust)(Run&);    // steps between passes; clears CONVSTAT when the solution is to go on
 };
 std::span<const Device> devices();
+
+/// Where a solver keeps the active or the reactive mismatch of a bus, divided by its voltage.
+using MismatchRow = double& (*)(Run&, int k);
+
+// --- limits
+
+/// The start of a solution: which generators IPQLIM leaves out, and no bus has changed its type yet.
+void start_limits(Run& run);
+/// Generators at their reactive limits with QLIM, load buses at their voltage limits with VLIM: types, generation,
+/// voltages and reactive rows follow. A change raises DQ of the pass, so that the solution goes on. True when a bus
+/// changed its type. A bus that did so ten times leaves a limit no more. With by_island only islands whose own DQ, as
+/// noted before any control, is not above QLST.
+bool check_limits(Run& run, MismatchRow dq, bool by_island);
+/// A control has changed something at bus k: its reactive mismatch stands for unsolved on this pass, under CILH that of
+/// its island too.
+void reopen_reactive(Run& run, int k);
+/// Tells the buses that have been kept at a limit in this way: LIMREA warning -900.
+void tell_stuck(Run& run);
+
+// --- balance and interchange
+
+/// AREERRO and SYSERRO: active power that every area and every island is short of at the present state, pu: loads,
+/// losses and flows out less generation and injections. The islands are those of the last search.
+void compute_balance(Run& run);
+/// BPAR and BPSI: distributes what compute_balance finds, and takes PGEN for PSLK. CONVSTAT 4 and false when nobody
+/// could take what was left.
+bool distribute_balance(Run& run);
+/// CINT and DPER: a slack gives up what it gives beyond its schedule, and areas hold their interchange, by generators
+/// and injections with participation. Every change goes to its mismatch row and raises DP of the pass. CONVSTAT 4 when
+/// nobody can take what is left.
+void adjust_interchange(Run& run, MismatchRow dp);
+
+// --- the Newton iteration
 
 /// SOLVNW: solves the network by Newton's method. The result is CONVSTAT; `status` takes the count of fatal errors of
 /// the augmented equations. Messages 100, 110, 130.
@@ -106,10 +140,16 @@ struct Worst {
     }
 };
 
+/// The augmented equations at the start of a solution, and their order; without controls that add some the order of the
+/// plain network holds. False after a message: a limit is passed.
+bool build_equations(Run& run);
 /// Mismatches and Jacobian at the present state: one pass up to the factorisation.
 void assemble(Run& run);
-/// Its parts: the network alone, and the equations closed once the controls have written theirs.
+/// Its parts: the network alone, generation held to schedules and limits, and the equations closed once the controls
+/// have written theirs.
 void assemble_network(Run& run);
+/// Interchange, reactive and voltage limits, on mismatches small enough. False when CONVSTAT is 4.
+bool control_generation(Run& run);
 void close_equations(Run& run);
 /// Whether all residuals are within their tolerances; under CILH those of every island that still runs.
 bool converged(Run& run);

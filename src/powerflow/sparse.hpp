@@ -152,6 +152,35 @@ struct IslandState {
     bool failed() const { return KONLF2 == 3 || KONLF2 == 5 || KONLF2 == 6; }
 };
 
+/// What controls keep while a network is solved.
+struct ControlWork {
+    // augmented equations
+    Table<int, MXEQ> IAPTAD;  // record of the device that fictitious bus NB + k belongs to
+    Table<int, MXEQ> IDPTAD;  // its kind
+
+    // reactive limits
+    Table<bool, MXGEN> exempt;          // IPQLIM: the generator is not limited
+    Table<unsigned char, MXGEN> turns;  // how often its bus changed its type in this solution
+
+    // capability curves
+    /// A machine: its generator row, its fictitious bus, the branch from there to its own bus (IGER_ADDRESS), and
+    /// whether its equation may act (LGER_LIM).
+    struct MachineRow {
+        int generator, bus, branch;
+        bool active;
+    };
+    int machines;
+    Table<MachineRow, MXGEN> machine;
+    Table<bool, MXGEN> overloaded;  // the generator cannot carry its active power, which has been told
+
+    // interchange and balance
+    Table<double, MXARE> AREERRO;              // active power that an area is short of, pu
+    Table<double, MXILH> SYSERRO;              // that an island is short of
+    Table<int, MXILH> generators, injections;  // of an area or island: head of the chain
+    Table<int, MXGEN> next_generator;
+    Table<int, MXEQV> next_injection;
+};
+
 constexpr IslandState UNSOLVED_ISLAND = {
     .KONLF2 = 0, .residual = {}, .NODEP2 = 0, .NODEQ2 = 0, .DQMAXIMO2 = 0, .XMI2 = 1, .XMF2 = 1};
 
@@ -198,6 +227,7 @@ struct Matrices {
         Table<int, MXBUS> listed;               // their external numbers
         Table<Text<12>, MXBUS> listed_name;
     } work;
+    ControlWork control;
     SolverState state;
 };
 

@@ -33,58 +33,6 @@ TEST(Newton, EveryBusOfASolvedNetworkBalances) {
     }
 }
 
-TEST(Newton, TheJacobianIsMinusTheSlopeOfTheMismatch) {
-    for (unsigned seed : {3u, 8u}) {
-        Network n;
-        random_network(n, seed, 24);
-        add_voltage_loads(n, seed);
-        Matrices& m = n.run.mat;
-        const Pattern& p = m.plain;
-        ASSERT_TRUE(OPTIMO(n.run, m.plain, n.s.bus.NB, n.s.branch.NL));
-        build_diagonal(n.run);
-        n.s.sol.NITP = 1;
-        auto mismatch = [&] {
-            refresh_angles(n.run);
-            assemble(n.run);
-            return std::vector<Sides>(m.side.begin(), m.side.begin() + p.N);
-        };
-        mismatch();
-        std::vector<std::vector<Block>> j(std::size_t(p.N), std::vector<Block>(std::size_t(p.N)));
-        for (int c = 0; c < p.N; ++c) {
-            j[std::size_t(c)][std::size_t(c)] = m.diagonal[std::size_t(c)];
-            for (int e = p.column[std::size_t(c)]; e < p.column[std::size_t(c + 1)]; ++e) {
-                const int r = p.row[std::size_t(e)];
-                j[std::size_t(r)][std::size_t(c)] = m.fat[std::size_t(e)].L;
-                j[std::size_t(c)][std::size_t(r)] = m.fat[std::size_t(e)].U;
-            }
-        }
-        constexpr double STEP = 1e-5;  // the error of the slope is about its square, times a third derivative
-        for (int k : rows(n.s.bus.NB))
-            for (const bool angle : {true, false}) {
-                const double at = angle ? n.s.bus.ANGLE(k) : n.s.bus.VOLT(k);
-                auto moved = [&](double step) {
-                    (angle ? n.s.bus.ANGLE(k) : n.s.bus.VOLT(k)) = angle ? at + step : at * std::exp(step);
-                    return mismatch();
-                };
-                const auto up = moved(STEP), down = moved(-STEP);
-                (angle ? n.s.bus.ANGLE(k) : n.s.bus.VOLT(k)) = at;
-                const auto c = std::size_t(p.NORDER(k) - 1);
-                for (int i : rows(n.s.bus.NB)) {
-                    const auto r = std::size_t(p.NORDER(i) - 1);
-                    const Block& b = j[r][c];
-                    const bool held_q = n.s.bus.NTYPE(i) > 0, held_p = n.s.bus.NTYPE(i) == 3;
-                    const bool held_v = n.s.bus.NTYPE(k) > 0 && !angle;  // its own block has no such column
-                    if (!held_p && !(held_v && i == k)) {
-                        EXPECT_NEAR(angle ? b.H : b.N, (down[r].DELTA - up[r].DELTA) / (2 * STEP), 1e-6) << i << k;
-                    }
-                    if (!held_q) {
-                        EXPECT_NEAR(angle ? b.J : b.L, (down[r].WORK - up[r].WORK) / (2 * STEP), 1e-6) << i << k;
-                    }
-                }
-            }
-    }
-}
-
 TEST(Newton, TwoBusesByHand) {
     // x = 0.1, P = 1 over a lossless line from V = 1: V2^2 = (1 + sqrt(1 - 4 x^2 P^2)) / 2, sin = x P / V2
     Network n;
@@ -245,6 +193,7 @@ TEST(Newton, WithLimitsOnlyWhatIsInsideThemReturns) {
         n.branch(1, k, 0.001, 0.1);
         n.ready();
         n.run.cte.TLPR = 1e-4;
+        n.run.cte.QLST = -1;  // the checks of the passes do not come to it
         n.run.opt.set("QLIM"_opt);
         n.solve();
         EXPECT_EQ(n.s.bus.NTYPE(k), q == 0.0 ? 2 : -2) << q;
@@ -269,26 +218,6 @@ TEST(Newton, DeadBusesAndAHeldSlackKeepTheirState) {
     EXPECT_EQ(n.s.bus.VOLT(extended), 1.3);
     EXPECT_EQ(n.s.bus.ANGLE(extended), 0.0);
     EXPECT_EQ(n.s.bus.ANGLE(1), 0.0);
-}
-
-TEST(Newton, ASlackAtAReactiveLimitHoldsItsAngleOnly) {
-    Network n;
-    n.generator(-3, 1.0, 0, 0.2);
-    n.generator(2, 1.01, 0.1);
-    n.bus(0, 1, 0.5, 0.1);
-    n.branch(1, 2, 0.01, 0.1);
-    n.branch(2, 3, 0.01, 0.1);
-    n.s.gen.QMIN(1) = -0.2;
-    n.s.gen.QMAX(1) = 0.2;
-    n.ready();
-    n.run.opt.set("QLIM"_opt);
-    n.solve();
-    ASSERT_EQ(n.s.sol.CONVSTAT, 1);
-    EXPECT_EQ(n.s.bus.NTYPE(1), -3);
-    EXPECT_EQ(n.s.gen.QGEN(1), 0.2);
-    EXPECT_EQ(n.s.bus.ANGLE(1), 0.0);
-    EXPECT_NE(n.s.bus.VOLT(1), 1.0);
-    EXPECT_LT(worst_imbalance(n.s), TIGHT);
 }
 
 TEST(Newton, ParallelBranchesOfVeryDifferentSize) {

@@ -30,6 +30,20 @@ TEST_P(ReferenceNetwork, SolvesToItsReference) {
     }
 }
 
+TEST_P(ReferenceNetwork, ReachesItsReactiveLimits) {
+    const std::string name = GetParam().name;
+    if (!reference_present(name)) GTEST_SKIP() << "no reference networks beside the checkout";
+    for (const char* line : {"EXLF NEWT QLIM\n", "EXLF NEWT FJAC QLIM\n"}) {
+        const Session run(with_open_slack(reference_deck(name, std::string("DCTE\nTLPR  .0001\n99999\n") + line)));
+        ASSERT_EQ(run.store().sol.CONVSTAT, 1) << run.messages();
+        const LimitedDifference d = limited_difference(run.run.store, run.run.cte.BASE, name);
+        EXPECT_EQ(d.wrong, std::vector<int>{}) << line;
+        EXPECT_LT(d.voltage, 1e-5) << line;
+        EXPECT_LT(d.angle, 1e-3) << line;
+        EXPECT_LT(d.generation, 0.01) << line;
+    }
+}
+
 // The larger ones are solved and compared by the benchmark.
 INSTANTIATE_TEST_SUITE_P(Small, ReferenceNetwork,
                          ::testing::ValuesIn(REFERENCE_CASES, REFERENCE_CASES + std::size(REFERENCE_CASES) - 3),

@@ -21,6 +21,7 @@ struct ReferenceCase {
     const char* name;
     int iterations;
 };
+inline void PrintTo(const ReferenceCase& c, std::ostream* out) { *out << c.name; }
 inline constexpr ReferenceCase REFERENCE_CASES[] = {
     {"case9", 4},           {"case14", 3},           {"case30", 4},         {"case_ieee30", 3},
     {"case39", 3},          {"case57", 4},           {"case118", 3},        {"case300", 5},
@@ -59,6 +60,65 @@ void each_row(const std::string& path, F f) {
     }
 }
 
+/// The deck with the reactive limits of its slack opened, as the references with limits have it.
+inline std::string with_open_slack(const std::string& deck) {
+    std::istringstream in(deck);
+    std::string out, line;
+    bool buses = false;
+    while (std::getline(in, line)) {
+        if (line.rfind("DBAR", 0) == 0) buses = true;
+        if (line.rfind("99999", 0) == 0) buses = false;
+        if (buses && line.size() > 7 && line[0] != '(' && line[7] == '2') {
+            line.resize(std::max<std::size_t>(line.size(), 52), ' ');
+            line.replace(42, 10, "-999999999");
+        }
+        out += line + "\n";
+    }
+    return out;
+}
+
+/// Largest differences from the reference with reactive limits, and buses that are limited on the wrong side or in one
+/// of the two alone. Nothing to compare when the case has no such reference.
+struct LimitedDifference {
+    double voltage = 0, angle = 0, generation = 0;
+    int buses = 0, limited = 0;
+    std::vector<int> wrong;
+};
+inline LimitedDifference limited_difference(Store& s, double base, const std::string& name) {
+    LimitedDifference d;
+    std::string path = reference_folder(name) + "/solution_qlim_comp.csv";
+    if (!std::filesystem::exists(path)) path = reference_folder(name) + "/solution_qlim.csv";
+    if (!std::filesystem::exists(path)) return d;
+    map_bus_rows(s);
+    each_row(path, [&](const std::vector<double>& row) {
+        const int k = bus_of(s, int(row[0]));
+        if (!k) return;
+        ++d.buses;
+        d.voltage = std::max(d.voltage, std::abs(s.bus.VOLT(k) - row[1]));
+        d.angle = std::max(d.angle, std::abs(std::remainder(s.bus.ANGLE(k) * DEGREES - row[2], 360.0)));
+        const int j = s.map.NGADR(k);
+        if (!j) return;
+        d.generation = std::max(d.generation, std::abs(s.gen.QGEN(j) * base - row[4]));
+        const bool low = std::abs(s.gen.QGEN(j) - s.gen.QMIN(j)) < std::abs(s.gen.QGEN(j) - s.gen.QMAX(j));
+        const int side = s.bus.NTYPE(k) != -2 ? 0 : low ? -1 : 1;
+        d.limited += side != 0;
+        if (side != int(row[5])) d.wrong.push_back(int(row[0]));
+    });
+    return d;
+}
+
+/// Branches by their numbers, the lower bus first.
+using BranchNumber = std::tuple<int, int, int>;
+inline BranchNumber branch_number(int from, int to, int circuit) {
+    return {std::min(from, to), std::max(from, to), circuit};
+}
+inline std::map<BranchNumber, int> branches_by_number(const Store& s) {
+    std::map<BranchNumber, int> branch;
+    for (int l : rows(s.branch.NL))
+        branch[branch_number(s.bus.NOINT(s.branch.NFROM(l)), s.bus.NOINT(s.branch.NTO(l)), s.branch.NCIR(l))] = l;
+    return branch;
+}
+
 inline Difference difference(const Store& s, double base, const std::string& name) {
     Difference d;
     auto worst = [](double& at, double x, double y) {
@@ -78,14 +138,10 @@ inline Difference difference(const Store& s, double base, const std::string& nam
         worst(d.generation, p[std::size_t(k)], row[3]);
         worst(d.generation, q[std::size_t(k)], row[4]);
     });
-    std::map<std::tuple<int, int, int>, int> branch;
-    for (int l : rows(s.branch.NL)) {
-        const int f = s.bus.NOINT(s.branch.NFROM(l)), t = s.bus.NOINT(s.branch.NTO(l));
-        branch[{std::min(f, t), std::max(f, t), s.branch.NCIR(l)}] = l;
-    }
+    const auto branch = branches_by_number(s);
     each_row(reference_folder(name) + "/branches.csv", [&](const std::vector<double>& row) {
         const int f = int(row[0]), t = int(row[1]);
-        const auto it = branch.find({std::min(f, t), std::max(f, t), int(row[2])});
+        const auto it = branch.find(branch_number(f, t, int(row[2])));
         if (it == branch.end()) return;
         ++d.branches;
         BranchFlow w = branch_flow(s, it->second);

@@ -1,0 +1,91 @@
+#include "powerflow/augmented.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+#include "powerflow/capability.hpp"
+
+namespace korvane {
+
+namespace {
+
+/// Controls and devices with equations of their own, in the order in which their rows stand behind those of the buses.
+constexpr Device DEVICES[] = {
+    {"capability", build_capability, assemble_capability, update_capability, nullptr},
+};
+
+}  // namespace
+
+std::span<const Device> devices() { return DEVICES; }
+
+int add_fictitious_bus(Run& run, Equation kind, int record) {
+    SolverState& st = run.mat.state;
+    const int f = ++st.NEQ;
+    if (f <= MXEQ) {
+        const int i = f - run.store.bus.NB;
+        run.mat.control.IAPTAD(i) = record;
+        run.mat.control.IDPTAD(i) = int(kind);
+    }
+    return f;
+}
+
+int add_fictitious_branch(Run& run, int from, int to, bool in_service) {
+    BranchTables& b = run.store.branch;
+    const int l = ++run.mat.state.NBR;
+    if (l <= MXLINX) {
+        b.NFROM(l) = from;
+        b.NTO(l) = to;
+        b.STLIN(l) = in_service;
+    }
+    return l;
+}
+
+bool equations_fit(Run& run, std::string_view routine) {
+    const SolverState& st = run.mat.state;
+    if (st.NEQ > MXEQ) MSGPUT(run, routine, 100);
+    if (st.NBR > MXLINX) MSGPUT(run, routine, 110);
+    return st.NEQ <= MXEQ && st.NBR <= MXLINX;
+}
+
+void clear_equations(Run& run) {
+    const SolverState& st = run.mat.state;
+    if (!st.augmented) return;
+    Matrices& m = run.mat;
+    const Pattern& p = pattern(run);
+    for (int k = run.store.bus.NB + 1; k <= st.NEQ; ++k) {
+        const auto r = std::size_t(p.NORDER(k) - 1);
+        m.side[r] = {0, 0};
+        m.diagonal[r] = {.H = 1, .J = 0, .N = 0, .L = HELD};
+    }
+    for (int l = run.store.branch.NL + 1; l <= st.NBR; ++l)
+        if (const Slot slot = p.slot[std::size_t(l - 1)]; !slot.none() && !slot.later())
+            m.fat[std::size_t(slot.entry())] = {};
+}
+
+void meet_residual(Run& run, double Residuals::*which, double value, int k) {
+    auto meet = [&](double& at) {
+        if (!std::isnan(at) && !(value <= at)) at = value;
+    };
+    meet(run.mat.state.residual.*which);
+    if (run.opt["CILH"_opt]) meet(run.mat.island(run.store.ilh.NOILHA2(k)).residual.*which);
+}
+
+void clear_residual(Run& run, double Residuals::*which) {
+    run.mat.state.residual.*which = 0;
+    if (run.opt["CILH"_opt])
+        for (int i : rows(run.store.ilh.count)) run.mat.island(i).residual.*which = 0;
+}
+
+void remove_equations(Run& run) {
+    SolverState& st = run.mat.state;
+    BranchTables& b = run.store.branch;
+    for (int l = b.NL + 1; l <= std::min(st.NBR, MXLINX); ++l) {
+        b.NFROM(l) = b.NTO(l) = 0;
+        b.STLIN(l) = false;
+    }
+    st.NEQ = run.store.bus.NB;
+    st.NBR = b.NL;
+    st.augmented = false;
+}
+
+}  // namespace korvane

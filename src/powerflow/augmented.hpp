@@ -1,0 +1,56 @@
+// Augmented equations: fictitious buses and branches, by which a control has its equation inside the Newton matrix.
+// Included within the folder only.
+//
+// A controlled quantity becomes the voltage unknown of a fictitious bus, and its equation the reactive row of that bus;
+// the angle half of the pair has no role and keeps the diagonal 1. A fictitious branch between two buses makes room for
+// the blocks that tie the equation to the network. So ordering, factorisation and solution need nothing special: only
+// the control knows what its rows mean. Fictitious elements stand behind the real ones while a solution runs.
+#pragma once
+#include "powerflow/solver.hpp"
+
+namespace korvane {
+
+/// Kinds of fictitious buses, IDPTAD.
+enum class Equation : int {
+    remote_generator = 1,
+    compensator,
+    automatic_shunt,
+    capability,
+    series_device,
+    tap,
+    phase_shifter
+};
+
+/// One more fictitious bus for the record of a device, or fictitious branch. Both count also beyond the limits, where
+/// nothing is written: see equations_fit.
+int add_fictitious_bus(Run& run, Equation kind, int record);
+int add_fictitious_branch(Run& run, int from, int to, bool in_service = true);
+/// To be asked at the end of every build: messages 100 and 110 of the routine when the limits are passed.
+bool equations_fit(Run& run, std::string_view routine);
+
+/// All fictitious rows as equations out of play, and the blocks of their branches zero.
+void clear_equations(Run& run);
+/// The network without its fictitious elements.
+void remove_equations(Run& run);
+
+/// Row of a bus, real or fictitious: its diagonal block and its right-hand side.
+inline std::size_t row_of(const Run& run, int k) { return std::size_t(pattern(run).NORDER(k) - 1); }
+
+/// The two blocks off the diagonal that a branch stands for, real or fictitious: at the row of its from bus and the
+/// column of its to bus, and the other way round.
+struct Link {
+    Block& from_to;
+    Block& to_from;
+};
+inline Link link_of(Run& run, int l) {
+    const Slot slot = pattern(run).slot[std::size_t(l - 1)];
+    BlockPair& pair = run.mat.fat[std::size_t(slot.entry())];
+    return slot.reversed() ? Link{pair.L, pair.U} : Link{pair.U, pair.L};
+}
+
+/// Raises a residual of a control, and that of the island of bus k under CILH. A residual that is not a number stays.
+void meet_residual(Run& run, double Residuals::*which, double value, int k);
+/// The residual of a control at the start of a pass.
+void clear_residual(Run& run, double Residuals::*which);
+
+}  // namespace korvane

@@ -1,0 +1,220 @@
+// Interchange of areas and balance of islands, by what must hold once it is met.
+#include <gtest/gtest.h>
+
+#include "powerflow/networks.hpp"
+
+namespace korvane::testing {
+namespace {
+
+/// Two areas of three buses, a generator with participation in each, two ties. Area 2 exports `schedule`.
+struct Areas : Network {
+    int slack = 1, other = 4;  // buses
+    explicit Areas(double schedule = 0) {
+        area(10, -schedule);
+        area(20, schedule);
+        generator(3, 1.02, 0.3);
+        bus(0, 1, 0.5, 0.1);
+        bus(0, 1, 0.2, 0.05);
+        generator(2, 1.01, 0.4);
+        bus(0, 1, 0.3, 0.1);
+        generator(2, 1.0, 0.2);
+        for (int k : {4, 5, 6}) s.bus.IAREA(k) = 2;
+        for (const auto& [k, m] : {std::pair{1, 2}, {2, 3}, {1, 3}, {4, 5}, {5, 6}, {4, 6}}) branch(k, m, 0.01, 0.08);
+        branch(1, 4, 0.02, 0.1);
+        branch(6, 3, 0.03, 0.15, 0, 0.98);
+        s.branch.OWNER(8) = false;
+        for (int j : rows(s.gen.NG)) {
+            s.gen.FGEN(j) = j;
+            s.gen.PMIN(j) = 0;
+            s.gen.PMAX(j) = 9;
+        }
+        s.gen.FGEN(1) = 0;
+        s.slk.PSLK(1) = 0.3;
+        ready();
+        run.cte.TETP = run.cte.TBPA = 1e-6;
+        run.cte.EXST = 0.01;
+    }
+    double exported() const {  // by area 2, metered at the owner's end
+        return -branch_flow(s, 7).pf - branch_flow(s, 8).pt;
+    }
+};
+
+double loss(const Store& s) {
+    double sum = 0;
+    for (int l : rows(s.branch.NL)) sum += branch_flow(s, l).pf + branch_flow(s, l).pt;
+    return sum;
+}
+
+void expect_balance(const Store& s) {
+    double generation = 0, load = 0;
+    for (const auto& left : imbalance(s)) EXPECT_LT(std::abs(left), 1e-7);
+    for (int j : rows(s.gen.NG)) generation += s.gen.PGEN(j);
+    for (int i : rows(s.eqv.NEQV)) generation += s.eqv.PMAT(i);
+    for (int k : rows(s.bus.NB)) load += loads_drawn(s, true)[std::size_t(k)].real();
+    EXPECT_NEAR(loss(s), generation - load, 1e-7);
+}
+
+TEST(Interchange, AreasHoldTheirSchedule) {
+    for (const char* method : {"NEWT", "FJAC", "alone"})
+        for (const double schedule : {-0.2, 0.0, 0.3}) {
+            Areas n(schedule);
+            n.s.gen.FGEN(1) = 1;  // the slack moves its own schedule
+            n.run.opt.set("CINT"_opt);
+            n.run.opt.set("FJAC"_opt, method == std::string("FJAC"));
+            n.run.opt.set("NEWT"_opt, method != std::string("alone"));
+            n.solve();
+            ASSERT_EQ(n.s.sol.CONVSTAT, 1) << method << schedule << n.session.messages();
+            // the slack keeps what it gives beyond its schedule within the tolerance of its area
+            EXPECT_NEAR(n.exported(), schedule, 3e-6) << method;
+            EXPECT_NEAR(n.s.gen.PGEN(1), n.s.slk.PSLK(1), 3e-6) << method;
+            expect_balance(n.s);
+            n.solve();
+            EXPECT_EQ(n.s.sol.NITP, 0) << "from its own solution";
+        }
+}
+
+TEST(Interchange, ParticipationAndLimitsSayWhoMoves) {
+    Areas n(0.6);
+    n.s.gen.PMAX(3) = 0.3;
+    n.run.opt.set("CINT"_opt);
+    n.s.gen.FGEN(1) = 1;
+    n.solve();
+    ASSERT_EQ(n.s.sol.CONVSTAT, 1);
+    EXPECT_EQ(n.s.gen.PGEN(3), 0.3) << "at its limit";
+    EXPECT_GT(n.s.gen.PGEN(2), 0.4);
+    EXPECT_NEAR(n.exported(), 0.6, 3e-6);
+    expect_balance(n.s);
+}
+
+TEST(Interchange, NobodyLeftToTakeIt) {
+    for (const Option o : {"CINT"_opt, "DPER"_opt})
+        for (const bool injection : {false, true}) {
+            Areas n(5);
+            for (int j : rows(n.s.gen.NG)) n.s.gen.PMAX(j) = n.s.gen.PGEN(j);
+            if (o.index == ("DPER"_opt).index) n.s.bus.PLOAD(2) = 1;
+            if (injection)
+                for (int k : {2, 5}) {
+                    const int i = add_row(n.s.eqv);
+                    n.s.eqv.NOEQV(i) = k;
+                    n.s.eqv.FMAT(i) = 0.5;
+                }
+            n.s.area.AREINT(1) = n.s.area.AREINT(2) = 0;
+            n.s.area.AREINT(2) = injection ? 0.1 : 1;
+            n.s.area.AREINT(1) = -n.s.area.AREINT(2);
+            n.ready();
+            n.run.opt.set(o);
+            n.solve();
+            EXPECT_EQ(n.s.sol.CONVSTAT, injection ? 1 : 4) << n.session.messages();
+            if (injection) {
+                EXPECT_NE(n.s.eqv.PMAT(1), 0);
+            } else {
+                EXPECT_NE(n.session.console().find("SEM SOLUÇÃO"), std::string::npos);
+            }
+        }
+}
+
+TEST(Interchange, LossesGoToTheGeneratorsThatParticipate) {
+    Areas n;
+    n.run.opt.set("DPER"_opt);
+    n.s.gen.FGEN(1) = 0;
+    n.solve();
+    ASSERT_EQ(n.s.sol.CONVSTAT, 1);
+    EXPECT_NEAR(n.s.gen.PGEN(1), 0.3, 2e-6) << "the slack is back at its schedule";
+    const double second = n.s.gen.PGEN(2) - 0.4, third = n.s.gen.PGEN(3) - 0.2;
+    EXPECT_NEAR(third / second, 1.5, 1e-9) << "by participation 2 and 3";
+    expect_balance(n.s);
+}
+
+TEST(Interchange, AnErrorAtTheToleranceStands) {
+    for (const double tolerance : {0.03, 0.0299}) {  // the slack gives 0.03 beyond its schedule over a lossless line
+        Network n;
+        n.generator(3, 1.0, 0.0);
+        n.generator(2, 1.0, 0.0);
+        n.bus(0, 1, 0.03125);
+        n.branch(1, 2, 0, 0.1);
+        n.branch(2, 3, 0, 0.1);
+        n.s.slk.PSLK(1) = 0.00125;
+        n.s.gen.FGEN(2) = 1;
+        n.s.gen.PMAX(2) = 1;
+        n.s.gen.PMAX(1) = 1;
+        n.ready();
+        n.run.cte.TBPA = tolerance + 1e-9;
+        n.run.opt.set("DPER"_opt);
+        n.solve();
+        ASSERT_EQ(n.s.sol.CONVSTAT, 1);
+        EXPECT_EQ(n.s.gen.PGEN(2) != 0, tolerance < 0.03) << tolerance;
+    }
+}
+
+TEST(Balance, TheErrorsOfASolvedNetworkAreNothing) {
+    Areas n;
+    const int i = add_row(n.s.eqv);
+    n.s.eqv.NOEQV(i) = 5;
+    n.s.eqv.PMAT(i) = 0.05;
+    n.s.branch.STLIN(4) = n.s.branch.STLINP(4) = false;  // one end open: it draws its charging
+    n.s.branch.BC(4) = 0.1;
+    add_voltage_loads(n, 3);
+    n.s.cai.VMINZC.fill(n.s.cai.NCAI, 0.7);
+    n.ready().solve();
+    ASSERT_EQ(n.s.sol.CONVSTAT, 1);
+    find_islands(n.run);
+    compute_balance(n.run);
+    auto& w = n.run.mat.control;
+    EXPECT_NEAR(w.SYSERRO(1), 0, 1e-7);
+    EXPECT_NEAR(w.AREERRO(1), 0, 1e-7);
+    EXPECT_NEAR(w.AREERRO(2), 0, 1e-7);
+}
+
+TEST(Balance, AChangeOfLoadGoesToTheGenerators) {
+    for (const bool by_area : {true, false}) {
+        Areas n;
+        n.solve();
+        ASSERT_EQ(n.s.sol.CONVSTAT, 1);
+        const std::array<double, 4> before = {0, n.s.gen.PGEN(1), n.s.gen.PGEN(2), n.s.gen.PGEN(3)};
+        n.s.bus.PLOAD(5) += 0.1;
+        n.s.bus.PLOAD(2) += 0.06;
+        n.s.gen.FGEN(1) = 1;
+        n.run.opt.set(by_area ? "BPAR"_opt : "BPSI"_opt);
+        share_out_imbalance(n.run);
+        EXPECT_EQ(n.s.sol.CONVSTAT, 0);
+        auto moved = [&](int j) { return n.s.gen.PGEN(j) - before[std::size_t(j)]; };
+        EXPECT_NEAR(moved(1), by_area ? 0.06 : 0.16 / 6, 1e-6);
+        EXPECT_NEAR(moved(2), by_area ? 0.04 : 0.16 / 3, 1e-6);
+        EXPECT_NEAR(moved(3), by_area ? 0.06 : 0.16 / 2, 1e-6);
+        EXPECT_EQ(n.s.slk.PSLK(1), n.s.gen.PGEN(1));
+        // the same when the solution starts: PWFSOL finds nothing left to distribute but new losses
+        n.solve();
+        EXPECT_EQ(n.s.sol.CONVSTAT, 1);
+    }
+}
+
+TEST(Balance, ASolveDistributesFirst) {
+    struct {
+        const char* what;
+        Option option;
+        bool joined;  // one island
+        double most;  // PMAX of all generators
+        std::vector<int> driver, reference;
+        int convstat;
+        double second;  // generation of generator 2 at the end
+    } cases[] = {
+        {"by area", "BPAR"_opt, true, 9, {}, {}, 1, 0.44},
+        {"by island", "BPSI"_opt, true, 9, {}, {}, 1, 0.44},
+        {"nobody takes it: the slack does", "BPAR"_opt, true, 0.3, {-910}, {}, 1, 0.3},
+    };
+    for (const auto& c : cases) {
+        Areas n;
+        n.solve();
+        for (int j : rows(n.s.gen.NG)) n.s.gen.PMAX(j) = c.most;
+        n.s.bus.PLOAD(5) += 0.1;
+        n.run.opt.set(c.option);
+        n.solve();
+        EXPECT_EQ(n.s.sol.CONVSTAT, c.convstat) << c.what;
+        EXPECT_EQ(n.session.numbers("PWFSOL"), c.driver) << c.what;
+        EXPECT_NEAR(n.s.gen.PGEN(2), c.second, 1e-6) << c.what;
+        expect_balance(n.s);
+    }
+}
+
+}  // namespace
+}  // namespace korvane::testing
