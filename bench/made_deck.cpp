@@ -1,5 +1,6 @@
 #include "made_deck.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <initializer_list>
 #include <string_view>
@@ -44,26 +45,27 @@ constexpr int LOADS_AT_BUS = 2, UNITS_OF_GENERATOR = 4, ROWS_OF_BANK = 6, AREAS 
 
 int part(int n, double scale) { return int(std::lround(n * scale)); }
 
-/// Buses of the mesh: i has its neighbours i + 1 and i + width.
-struct Mesh {
-    explicit Mesh(double scale) : buses(part(BUSES, scale)), width(std::max(2, int(std::sqrt(2.0 * buses)))) {}
-    int buses, width;
-};
+/// A long mesh: i has its neighbours i + 1 and i + WIDTH. Real networks have about as few factor entries a bus.
+constexpr int WIDTH = 8;
 
-void buses(Deck& deck, const Mesh& mesh, int generators) {
+/// Bus of generator g, from 1: three in ten buses have one, evenly, so that power need not travel far.
+int generator_bus(int g) { return (10 * g + 2) / 3; }
+
+void buses(Deck& deck, int count, int generators) {
     deck.line("DBAR");
-    for (int i = 1; i <= mesh.buses; ++i) {
-        const bool generates = i <= generators * 3 && i % 3 == 1;
-        const int area = (i - 1) * AREAS / mesh.buses + 1;
+    for (int i = 1, g = 1; i <= count; ++i) {
+        const bool generates = g <= generators && i == generator_bus(g);
+        if (generates) ++g;
+        const int area = (i - 1) * AREAS / count + 1;
         const At number = to(5, i), name{11, "BARRA " + std::to_string(i)}, region = to(76, area);
         if (generates)
             deck.card({number,
                        {7, "L"},
-                       {8, i == 1 ? "2" : "1"},
+                       {8, i == generator_bus(1) ? "2" : "1"},
                        {9, "34"},
                        name,
                        {25, "1000"},
-                       {33, " 4.66"},
+                       {33, " 4.67"},
                        {43, "-5.00"},
                        {48, " 5.00"},
                        {59, " 1.00"},
@@ -76,7 +78,7 @@ void buses(Deck& deck, const Mesh& mesh, int generators) {
     deck.end();
 }
 
-void branches(Deck& deck, const Mesh& mesh, int wanted) {
+void branches(Deck& deck, int count, int wanted) {
     deck.line("DLIN");
     int made = 0;
     auto branch = [&](int from, int to_bus, int circuit) {
@@ -103,16 +105,16 @@ void branches(Deck& deck, const Mesh& mesh, int wanted) {
                        {65, " 100"}});
     };
     for (int circuit = 1; made < wanted; ++circuit)
-        for (int i = 1; i <= mesh.buses && made < wanted; ++i) {
-            if (i % mesh.width != 0 && i < mesh.buses) branch(i, i + 1, circuit);
-            if (i + mesh.width <= mesh.buses) branch(i, i + mesh.width, circuit);
+        for (int i = 1; i <= count && made < wanted; ++i) {
+            if (i % WIDTH != 0 && i < count) branch(i, i + 1, circuit);
+            if (i + WIDTH <= count) branch(i, i + WIDTH, circuit);
         }
     deck.end();
 }
 
-void individual_loads(Deck& deck, const Mesh& mesh) {
+void individual_loads(Deck& deck, int count) {
     deck.line("DCAI");
-    for (int i = 1; i <= mesh.buses; ++i)
+    for (int i = 1; i <= count; ++i)
         for (int n = 1; n <= LOADS_AT_BUS; ++n)
             deck.card({to(5, i),
                        {7, "A"},
@@ -130,9 +132,9 @@ void individual_loads(Deck& deck, const Mesh& mesh) {
 
 void individual_generators(Deck& deck, int generators) {
     deck.line("DGEI");
-    for (int g = 0; g < generators; ++g)
+    for (int g = 1; g <= generators; ++g)
         for (int n = 1; n <= UNITS_OF_GENERATOR; ++n)
-            deck.card({to(5, 3 * g + 1),
+            deck.card({to(5, generator_bus(g)),
                        {7, "A"},
                        {8, "S"},
                        to(11, n),
@@ -177,14 +179,13 @@ void automatic_shunts(Deck& deck, int first, int wanted) {
 }  // namespace
 
 std::string made_deck(double scale) {
-    const Mesh mesh(scale);
-    const int generators = part(GENERATORS, scale), groups = part(BANKS, scale);
+    const int count = part(BUSES, scale), generators = part(GENERATORS, scale), groups = part(BANKS, scale);
     Deck deck;
     deck.line("TITU");
-    deck.line("MADE NETWORK OF " + std::to_string(mesh.buses) + " BUSES");
-    buses(deck, mesh, generators);
-    branches(deck, mesh, part(BRANCHES, scale));
-    individual_loads(deck, mesh);
+    deck.line("MADE NETWORK OF " + std::to_string(count) + " BUSES");
+    buses(deck, count, generators);
+    branches(deck, count, part(BRANCHES, scale));
+    individual_loads(deck, count);
     individual_generators(deck, generators);
     banks(deck, groups);
     automatic_shunts(deck, groups + 1, part(AUTOMATIC, scale));

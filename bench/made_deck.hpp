@@ -4,7 +4,7 @@
 
 namespace korvane::bench {
 
-/// The deck of a mesh of buses. At scale 1: 20,000 buses, 40,000 branches, 6,000 generators, 40,000 individual loads,
+/// The deck of a long mesh of buses. At scale 1: 20,000 buses, 40,000 branches, 6,000 generators, 40,000 individual loads,
 /// 24,000 individual generators, 5,000 shunt banks with 30,000 rows, 8,000 automatic shunts; at another scale that
 /// part of each. Load and generation lie close together, so the network solves from a flat start. It ends before FIM.
 std::string made_deck(double scale);

@@ -131,6 +131,22 @@ TEST_F(Banks, EveryMessageOfARow) {
     EXPECT_EQ(b.numbers(), std::vector{420});
 }
 
+TEST_F(Banks, FullTables) {
+    ASSERT_TRUE(dbsh({"1:1", "1:1|17:5."}).empty());
+    const auto full = [&](int& n, int limit, const char* group, int message) {
+        const int kept = std::exchange(n, limit);
+        EXPECT_EQ(dbsh({group, "1:9|17:5.", "1:FBAN"}), std::vector{message});
+        n = kept;
+    };
+    // Rows beyond those in use stand for those of other groups on the same bus.
+    for (int i : rows(MXBSH)) s.bsh.NOBSH(i) = b.bus(1);
+    full(s.bsh.NBSH, MXBSH, "1:3", 180);
+    for (int i : rows(MXBSHL)) s.bshl.IBUSH(i) = 1, s.bshl.IDEGS(i) = 1000 + i;
+    full(s.bshl.NBSHL, MXBSHL, "1:1|7:M", 330);
+    for (int i : rows(MXSCA)) s.sca.NBUSSCA(i) = b.bus(1);
+    full(s.sca.NSCA, MXSCA, "1:3|18:D", 440);
+}
+
 TEST_F(Banks, GroupsAndRowsInTheStore) {
     s.sol.CONVSTAT = 1;
     EXPECT_EQ(b.read(INPGLT, {"1: 0|4:.95|10:1.045"}), std::vector<int>{}) << b.messages();

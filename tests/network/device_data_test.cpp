@@ -171,8 +171,10 @@ TEST(SeriesDevices, RefusesWithItsNumber) {
                      {"1:    3|7:M|10:    5|65:  -1|69:  -1", {438, 438}},
                      {"1:    3|7:M|10:    5|19:X", {460}},
                      {"1:    3|7:M|10:    5|38:x", {470}},
-                     {"1:    3|7:M|10:    5|73: -1", {610}},
-                     {"1:    3|7:M|10:    5|100:  7", {800}},
+                     {"1:    3|7:M|10:    5|73: -1|76: -1|79: -1|82: -1|85: -1|88: -1|91: -1|94: -1|97: -1|100: -1",
+                      {610, 630, 650, 670, 690, 710, 730, 750, 770, 790}},
+                     {"1:    3|7:M|10:    5|73:  7|76:  7|79:  7|82:  7|85:  7|88:  7|91:  7|94:  7|97:  7|100:  7",
+                      {620, 640, 660, 680, 700, 720, 740, 760, 780, 800}},
                      {"1:    3|7:M|10:    5|61:   0|65:   0", {-435, -436}},
                      {"1:    3|7:M|10:    5|17:D|19:L", {-900}},
                      {"1:    3|7:M|10:    5|19:D|38:   -2.|46:   -3.", {-910}}});
@@ -269,11 +271,10 @@ TEST(FrequencyIslands, AreReadChangedAndRefused) {
 TEST(DeviceBlocks, EndOfInputIsTold) {
     for (const auto& [code, routine, number] : std::vector<std::tuple<std::string, std::string, int>>{
              {"DCER", "INPCER", 270}, {"DCSC", "INPCSC", 480}, {"DSCA", "INPSCA", 230}, {"DFRQ", "INPILH", 250}}) {
-        const Session s(
-            "DBAR\n    1  1                                                                 1\n99999\nDLIN\n99999\n" +
-                code + "\n",
-            {.prepare = [](const TempDir&, FakePlatform&) {}});
-        EXPECT_EQ(s.numbers(routine), code == "DCSC" ? std::vector<int>{} : std::vector{number}) << code;
+        const Session s("DBAR\n" + card_of("1:    1|74:  1") + card_of("1:    2|74:  1") + "99999\nDLIN\n" +
+                            card_of("1:    1|11:    2|27:    1.") + "99999\n" + code + "\n",
+                        {.prepare = [](const TempDir&, FakePlatform&) {}});
+        EXPECT_EQ(s.numbers(routine), std::vector{number}) << code << s.messages();
     }
 }
 

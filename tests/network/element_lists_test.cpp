@@ -47,25 +47,42 @@ TEST_F(ElementLists, BranchesOnACard) {
                      {"1:10|7:30|13:2", {190}},
                      {"1:10|7:30|13:3|76:E", {170}},
                      {"1:30|7:40|76:E", {200}},
-                     {"1:10|7:30|76:X", {100}}});
+                     {"1:10|7:30|76:X", {100}},
+                     {"1:-4|13:-1", {110, 120, 130}},
+                     {"1:99|7:98", {140, 150}},
+                     {"1:40|7:40", {160}},
+                     {"1:4x|7:50", {210}}});
     EXPECT_EQ(b.names(s.mtl), "10-30 10-30/2 50-60 60-70 ") << "a blank circuit is the lowest";
     EXPECT_TRUE(b.read(INPMFI, {"1:10|7:30|76:E"}).empty());
     EXPECT_EQ(b.names(s.mtl), "60-70 10-30/2 50-60 ") << "the last row fills the gap";
     EXPECT_EQ(b.last_without_end(INPMFI), 220);
 }
 
+/// All but `left` rows of a list beyond those of the network stand for others.
+template <class List>
+void leave_room(List& list, int left) {
+    list.n = limit_of<List>() - left;
+    for (int i : rows(list.n)) list.row(i) = 1;
+}
+
 TEST_F(ElementLists, FullListsSayItOnceACard) {
-    // Rows of the list beyond those that the network has stand for others.
-    b.run.store.tpf.n = MXTPF - 1;
-    for (int i : rows(MXTPF - 1)) b.run.store.tpf.row(i) = 1;
+    Store& w = b.run.store;
+    leave_room(w.tpf, 1);
     EXPECT_EQ(b.read(INPTPI, {"1:40|7:50|16:30|22:50|31:60|37:70", "1:30|7:50"}), (std::vector{180, 180}));
     EXPECT_EQ(s.tpf.n, MXTPF);
     EXPECT_EQ(s.tpf.row(MXTPF), b.branch(40, 50, 1)) << "what fits is in";
-    b.run.store.mtb.n = MXMTB - 2;
-    for (int i : rows(MXMTB - 2)) b.run.store.mtb.row(i) = 1;
+    leave_room(w.mtb, 2);
     EXPECT_EQ(b.read(INPMTE, {"1:AREA|6:2"}), std::vector{170});
     EXPECT_EQ(s.mtb.n, MXMTB);
     EXPECT_EQ(s.mtb.row(MXMTB), b.bus(50));
+    leave_room(w.tpf, 0);
+    leave_room(w.fcr, 0);
+    leave_room(w.fql, 0);
+    leave_room(w.mtg, 0);
+    leave_room(w.mtl, 0);
+    for (Reader block : {INPTPX, INPFQL, INPMGR, INPMFX}) EXPECT_EQ(b.read(block, {"1:AREA|6:2"}), std::vector{170});
+    EXPECT_EQ(b.read(INPFCR, {"1:AREA|6:1"}), std::vector{170});
+    EXPECT_EQ(b.read(INPMFI, {"1:40|7:50"}), std::vector{180});
 }
 
 TEST_F(ElementLists, MessagesOfASelection) {

@@ -83,7 +83,11 @@ TEST_F(LoadChange, Messages) {
     }
     s.bus.QLOAD(b.bus(30)) = 0;
     EXPECT_EQ(b.read(AREAS, {"1:1|5:60|12:1"}), std::vector{230});
+    EXPECT_EQ(b.read(SELECTED, {"1:AREA|6:1|51:60|58:1"}), std::vector{230});
     EXPECT_EQ(s.bus.PLOAD(b.bus(30)), 0.3) << "the active load was not changed either";
+    s.bus.PLOAD(b.bus(30)) = 0;
+    EXPECT_EQ(b.read(AREAS, {"1:1|5:60"}), std::vector{220});
+    s.bus.PLOAD(b.bus(30)) = 0.3;
     EXPECT_TRUE(b.read(AREAS, {"1:1|5:60"}).empty()) << "a reactive load of nothing stays nothing";
     EXPECT_EQ(s.bus.PLOAD(b.bus(30)), 0.6);
 }
@@ -111,16 +115,21 @@ TEST_F(LoadChange, Totals) {
 TEST_F(LoadChange, SharesWhatItLeavesUnbalanced) {
     const Reader areas = INPANC_with<by_area>, islands = INPACL_with<by_island_in_vain>;
     b.run.opt.set("BPAR"_opt);
-    EXPECT_EQ(b.read(AREAS, {"1:1|5:10"}), std::vector{170}) << "no solution";
+    const auto refused = [&](int number) {
+        EXPECT_EQ(b.read(AREAS, {"1:1|5:10"}), std::vector{number});
+        EXPECT_EQ(b.read(SELECTED, {"1:AREA|6:1|51:10"}), std::vector{number});
+    };
+    refused(170);
     b.run.ctl.KNTRL[16] = true;
     s.area.ARESEL(2) = false;
-    EXPECT_EQ(b.read(AREAS, {"1:1|5:10"}), std::vector{150});
+    refused(150);
     s.area.ARESEL(2) = true;
     EXPECT_EQ(b.read(AREAS, {"1:9|5:10"}), std::vector{110}) << "after errors nothing is shared";
     EXPECT_TRUE(b.read(areas, {"1:1|5:10"}).empty()) << b.messages();
     EXPECT_EQ(s.slk.PSLK(1), 0.77);
     b.run.opt.set("BPSI"_opt);
     EXPECT_EQ(b.read(islands, {"1:BARR|6:30|51:10"}), std::vector{160});
+    EXPECT_EQ(b.read(INPANC_with<by_island_in_vain>, {"1:1|5:10"}), std::vector{160});
 }
 
 TEST_F(LoadChange, OfGeneration) {

@@ -67,10 +67,13 @@ TEST_F(ReportTables, SumsOfGeneration) {
     }
     EXPECT_EQ(sums(s.pge), "1+10 1-20 1+60=UM 2+30=DOIS ");
     EXPECT_EQ(sums(s.qge), sums(s.pge));
-    ActiveSums& t = b.run.store.pge;
-    t.n = MXSUM;
-    for (int i : rows(MXSUM)) t.sum(i) = i, t.closes(i) = true;
-    EXPECT_EQ(b.read(INPPGE, {"1:10"}), (std::vector{130, 140}));
+    const auto refused_when_full = [&](auto& t, Reader block) {
+        t.n = MXSUM;
+        for (int i : rows(MXSUM)) t.sum(i) = i, t.closes(i) = true;
+        EXPECT_EQ(b.read(block, {"1:10"}), (std::vector{130, 140}));
+    };
+    refused_when_full(b.run.store.pge, INPPGE);
+    refused_when_full(b.run.store.qge, INPQGE);
 }
 
 TEST_F(ReportTables, SumsOfFlows) {
