@@ -45,9 +45,6 @@ void newton_for_series_devices(Run& run) {
     run.opt.clear("LFDC"_opt);
 }
 
-/// The seam to the balance of areas and islands: until it is worked out, what a change of load left is not shared.
-void share_balance(Run& run, bool) { run.store.sol.CONVSTAT = 4; }
-
 template <class T>
 T bytes_as(const char* p) {
     T v;
@@ -64,7 +61,9 @@ void constants_block(Run& run) {
     if (run.opt["IMPR"_opt]) OUTCTE(run);
 }
 
-void load_change(Run& run) { run.opt["ACLS"_opt] ? INPACL(run, share_balance) : INPANC(run, share_balance); }
+void load_change(Run& run) {
+    run.opt["ACLS"_opt] ? INPACL(run, share_out_imbalance) : INPANC(run, share_out_imbalance);
+}
 
 void solve_power_flow(Run& run) {
     newton_for_series_devices(run);

@@ -9,9 +9,20 @@ namespace korvane {
 
 namespace {
 
-/// Controls and devices with equations of their own, in the order in which their rows stand behind those of the buses.
+/// Controls and devices, in the order in which they act; their rows stand behind those of the buses in this order.
 constexpr Device DEVICES[] = {
-    {"capability", build_capability, assemble_capability, update_capability, nullptr},
+    {.name = "capability",
+     .build = build_capability,
+     .assemble = assemble_capability,
+     .update = update_capability,
+     .settle = nullptr,
+     .adjust = nullptr},
+    {.name = "units",
+     .build = nullptr,
+     .assemble = nullptr,
+     .update = nullptr,
+     .settle = dispatch_units,
+     .adjust = nullptr},
 };
 
 }  // namespace

@@ -17,12 +17,12 @@ namespace {
 /// at its very end is infinite.
 constexpr double LEAST_ROOT = 1e-6;
 
-ReactiveLimit stator_limit(const Machine& m, double v, double p, double sign) {
+ReactiveLimit stator_limit(const RoundRotor& m, double v, double p, double sign) {
     const double root = std::sqrt(std::max(v * v * m.current * m.current - p * p, 0.0));
     return {sign * root, sign * v * m.current * m.current / std::max(root, LEAST_ROOT), Arc::stator};
 }
 
-ReactiveLimit rotor_limit(const Machine& m, double v, double p) {
+ReactiveLimit rotor_limit(const RoundRotor& m, double v, double p) {
     // Ef and its derivative: the voltage behind Xq moves with the terminal voltage.
     const double along = v + m.reactive * m.reactance * m.current, across = m.active * m.reactance * m.current;
     const double rated = std::hypot(along, across), ef = rated * m.excitation;
@@ -34,11 +34,11 @@ ReactiveLimit rotor_limit(const Machine& m, double v, double p) {
             Arc::rotor};
 }
 
-double rotor_excitation(const Machine& m, double v) {
+double rotor_excitation(const RoundRotor& m, double v) {
     return m.excitation * std::hypot(v + m.reactive * m.reactance * m.current, m.active * m.reactance * m.current);
 }
 
-ReactiveLimit under_excitation_limit(const Machine& m, double v, double p) {
+ReactiveLimit under_excitation_limit(const RoundRotor& m, double v, double p) {
     return {p / std::tan(m.angle) - v * v / m.reactance, -2 * v / m.reactance, Arc::under_excitation};
 }
 
@@ -87,7 +87,7 @@ struct CurvePoint {
     double p;
     ReactiveLimit lowest, highest;
 };
-void trace(const Machine& m, double v, std::vector<CurvePoint>& curve) {
+void trace(const RoundRotor& m, double v, std::vector<CurvePoint>& curve) {
     curve.clear();
     const double step = std::max(STEP, v * m.current / MOST_POINTS);
     for (int i = 0; i <= MOST_POINTS; ++i) {
@@ -101,7 +101,7 @@ void trace(const Machine& m, double v, std::vector<CurvePoint>& curve) {
 
 }  // namespace
 
-Machine machine_of(const Store& s, int j) {
+RoundRotor machine_of(const Store& s, int j) {
     const GeneratorTables& g = s.gen;
     // On a load bus with voltage limits VGEN is the scheduled reactive generation.
     const bool holds_voltage = std::abs(s.bus.NTYPE(g.NOGEN(j))) != 1 && g.VGEN(j) > 0;
@@ -114,7 +114,7 @@ Machine machine_of(const Store& s, int j) {
             .angle = g.ANGCG(j)};
 }
 
-Capability capability(const Machine& m, double v, double p) {
+Capability capability(const RoundRotor& m, double v, double p) {
     Capability c{};
     c.carries = std::abs(p) <= v * m.current && std::abs(p) * m.reactance <= v * rotor_excitation(m, v);
     if (!c.carries) return c;

@@ -8,15 +8,15 @@ namespace korvane {
 /// What bounds the reactive power of a machine at one side of its curve.
 enum class Arc { stator, rotor, under_excitation };
 
-/// A machine as its curve needs it, pu on the base of the network and rad.
-struct Machine {
+/// A machine with a round rotor as its curve needs it, pu on the base of the network and rad.
+struct RoundRotor {
     double reactance;         // XQ, synchronous
     double current;           // I, of the stator at its limit: apparent power for a voltage of 1
     double active, reactive;  // cosine and sine of the nominal power factor's angle
     double excitation;        // limit of the rotor as a multiple of rated excitation
     double angle;             // of the under-excitation line; 0 or below: no such line
 };
-Machine machine_of(const Store& s, int j);
+RoundRotor machine_of(const Store& s, int j);
 
 /// A reactive limit, and its derivative by the voltage.
 struct ReactiveLimit {
@@ -38,7 +38,7 @@ struct Capability {
 /// machine runs at its stator limit and nominal power factor. The highest limit is the lower of stator and rotor, the
 /// lowest the higher of stator and under-excitation. (A. E. Fitzgerald, C. Kingsley, S. D. Umans, Electric Machinery,
 /// chapter 5.)
-Capability capability(const Machine& m, double v, double p);
+Capability capability(const RoundRotor& m, double v, double p);
 
 // The equation of every machine with a curve, with QLIM unless NCAP: at a limit its generation follows the curve.
 // Without the curve, with NCAP, the limits of the data hold.

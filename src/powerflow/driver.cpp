@@ -1,6 +1,7 @@
 // The driver of the power flow: prepares the network, runs the solver, puts the network back.
 #include <cmath>
 
+#include "network/individual_generators.hpp"
 #include "powerflow/solver.hpp"
 
 namespace korvane {
@@ -13,9 +14,9 @@ constexpr struct {
     int warning;
     bool newton_only;  // the iterations beside Newton honour it
 } NOT_YET[] = {
-    {"CREM"_opt, -964, true},  {"CTAP"_opt, -965, true},  {"CPHS"_opt, -966, false}, {"CSCA"_opt, -967, false},
-    {"CELO"_opt, -968, false}, {"FREQ"_opt, -969, false}, {"CPRI"_opt, -970, false}, {"TABE"_opt, -971, false},
-    {"PLTG"_opt, -972, false}, {"CPER"_opt, -974, false},
+    {"CREM"_opt, -964, true},  {"CTAP"_opt, -965, true},  {"CPHS"_opt, -966, false},
+    {"CSCA"_opt, -967, false}, {"CELO"_opt, -968, false}, {"FREQ"_opt, -969, false},
+    {"TABE"_opt, -971, false}, {"PLTG"_opt, -972, false}, {"CPER"_opt, -974, false},
 };
 
 void warn_of_options(Run& run) {
@@ -108,7 +109,7 @@ void solve(Run& run, bool from_linear) {
             MSGPUT(run, "PWFSOL", 110);
     } else if (!from_linear || linear_start(run)) {
         if (run.opt["BPAR"_opt] || run.opt["BPSI"_opt])
-            if (!distribute_balance(run)) MSGPUT(run, "PWFSOL", -910);
+            if (!distribute_balance(run, !run.opt["BPAR"_opt])) MSGPUT(run, "PWFSOL", -910);
         if (MATRIX(run))
             SOLVLF(run);
         else
@@ -164,7 +165,7 @@ void PWFSOL(Run& run) {
         STOON(run);
     }
     STOOFF(run);
-    if (opt["NUNF"_opt]) s.gei.FLAGNOP.fill(s.gei.NGEI, false);
+    start_units(run);
     s.sol.CONVSTAT = 0;
     s.sol.ITSOL = 0;
     run.pag.NLINE = run.pag.LPP;
@@ -179,6 +180,7 @@ void PWFSOL(Run& run) {
     check_interchange(run);
     if (sound) solve(run, from_linear);
     STOON(run);
+    chain_individual_generators(s);
     opt.set("IMPR"_opt, impr);
 
     if (removed > 0) print_listed(run, "OUTDBC");
@@ -218,6 +220,7 @@ void SOLVLF(Run& run) {
     st.sum_p += sol.NITP;
     st.sum_q += sol.NITQ;
     if (!told) report_outcome(run, sol.CONVSTAT == 6 ? 3 : 8 + sol.CONVSTAT);
+    if (st.resolve == 0 && !st.analysis) report_unit_counts(run);
 }
 
 }  // namespace korvane

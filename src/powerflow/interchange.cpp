@@ -180,8 +180,8 @@ void compute_balance(Run& run) {
     for (int k : rows(s.bus.NB)) add(k, loads(k).p);
     for (int j : rows(s.gen.NG)) add(s.gen.NOGEN(j), -s.gen.PGEN(j));
     for (int i : rows(s.eqv.NEQV)) add(s.eqv.NOEQV(i), -s.eqv.PMAT(i));
-    // What a tie carries is metered at the end of its owner, and its losses belong to the other area: so each area has the
-    // flow at its own end, and a solved network is short of nothing.
+    // What a tie carries is metered at the end of its owner, and its losses belong to the other area: so each area has
+    // the flow at its own end, and a solved network is short of nothing.
     for (int l : rows(s.branch.NL)) {
         const BranchFlow flow = branch_flow(s, l);
         add(s.branch.NFROM(l), flow.pf);
@@ -189,11 +189,11 @@ void compute_balance(Run& run) {
     }
 }
 
-bool distribute_balance(Run& run) {
+bool distribute_balance(Run& run, bool by_island) {
     Store& s = run.store;
     compute_balance(run);
     bool all = true;
-    if (!run.opt["BPAR"_opt])
+    if (by_island)
         all = distribute(run, Group::island, nullptr);
     else if (!s.ilh.area_spans)
         all = distribute(run, Group::area, nullptr);
@@ -202,12 +202,12 @@ bool distribute_balance(Run& run) {
     return all;
 }
 
-void share_out_imbalance(Run& run) {
+void share_out_imbalance(Run& run, bool by_island) {
     Store& s = run.store;
     STOOFF(run);
     find_islands(run);
     s.sol.CONVSTAT = 0;
-    distribute_balance(run);
+    distribute_balance(run, by_island);
     STOON(run);
 }
 

@@ -527,6 +527,14 @@ bool iterate(Run& run, const Pass& pass) {
     return run.store.sol.CONVSTAT != 3;
 }
 
+// The discrete steps that come last, all residuals being met. True when they changed the equations.
+static bool settle(Run& run) {
+    bool changed = false;
+    for (const Device& d : devices())
+        if (d.settle) changed = d.settle(run) || changed;
+    return changed;
+}
+
 void SOLVNW(Run& run, int& status) {
     Solution& sol = run.store.sol;
     SolverState& st = run.mat.state;
@@ -549,7 +557,7 @@ void SOLVNW(Run& run, int& status) {
             if (!iterate(run, {"SOLVNW", devices(), reassemble})) break;
         } else if (sol.CONVSTAT == 3)
             break;
-        else
+        else if (!settle(run))
             sol.CONVSTAT = 1;
         if (sol.CONVSTAT <= 3)
             for (const Device& d : devices())

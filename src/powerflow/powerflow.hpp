@@ -33,11 +33,26 @@ struct Power {
 /// Load of the row of bus k as the data give it, whatever its model. What loads draw is in powerflow/load_models.hpp.
 inline Power nominal_load(const Store& s, int k) { return {s.bus.PLOAD(k), s.bus.QLOAD(k)}; }
 
-/// After a change of loads or generation in a solved network, with BPAR or BPSI: what every area (BPAR) or island
-/// (BPSI) is short of goes to its generators and equivalent injections by their participation, and PSLK takes PGEN.
-/// With BPAR nothing moves while an area lies in two islands. CONVSTAT is 0 afterwards; 4 when nobody could take what
-/// was left.
-void share_out_imbalance(Run& run);
+/// After a change of loads or generation in a solved network: what every area (BPAR), or with by_island every island
+/// (BPSI), is short of goes to its generators and equivalent injections by their participation, and PSLK takes PGEN.
+/// By area nothing moves while an area lies in two islands. CONVSTAT is 0 afterwards; 4 when nobody could take what was
+/// left.
+void share_out_imbalance(Run& run, bool by_island);
+
+/// Where an analysis keeps the network between its steps.
+class CaseKeeper {
+public:
+    virtual ~CaseKeeper() = default;
+    /// Keeps the network as case n, whatever was there. False: there is no room for it.
+    virtual bool keep(Run& run, int n) = 0;
+    /// The network as case n has it. False: it could not be brought back.
+    virtual bool bring_back(Run& run, int n) = 0;
+};
+/// PWFPRI: CPRI. Solves the case once for each control of the code line, one more of them at a time, in their order. A
+/// control whose solution does not converge is given up, and the next one starts from the last solution that did,
+/// which is what the store holds at the end. Every such solution is kept as a case, from 1 up; the case as it came in
+/// is the first. Messages 100, 110: a case could not be kept, or not brought back, and the run ends there.
+void PWFPRI(Run& run, CaseKeeper& cases);
 
 /// Power that enters branch l at its from and at its to end at the present voltages, pu.
 struct BranchFlow {

@@ -20,9 +20,9 @@ struct Checker {
     MismatchRow dq;
     Store& s = run.store;
     ControlWork& w = run.mat.control;
-    bool turned = false;
+    bool turned = false, unit_came_in = false;
 
-    /// Generator j, its bus k and the reactive row of it.
+    /// Generator j and its bus k.
     struct At {
         int j, k;
         int& type;
@@ -63,7 +63,9 @@ struct Checker {
 
 void Checker::generator(int j) {
     const At g = at(j);
-    const double slack = run.cte.TLPR, set = s.gen.VGEN(j);
+    const int remote = w.remote(j);  // the voltage that it holds is then that of another bus
+    const double slack = run.cte.TLPR, set = remote ? s.rcb.VRCB(remote) : s.gen.VGEN(j);
+    const double held = remote ? s.bus.VOLT(s.rcb.IRCB(remote)) : g.v;
     auto release = [&] {
         if (!may_leave(j)) return;
         g.v = set;
@@ -73,9 +75,13 @@ void Checker::generator(int j) {
     if (g.type > 0) {
         if (!(g.q > g.high + slack || g.q < g.low - slack)) return;
         generate(g, g.q > g.high + slack ? g.high : g.low, false);
-        turn(g);
+        if (bring_in_unit(run, j)) {
+            unit_came_in = true;
+            changed(g);
+        } else
+            turn(g);
     } else if (g.q < g.high - slack) {
-        if (g.v <= set || g.q > g.low + slack)
+        if (held <= set || g.q > g.low + slack)
             release();
         else if (g.q < g.low - slack) {
             generate(g, g.low, true);
@@ -84,7 +90,7 @@ void Checker::generator(int j) {
     } else if (g.q > g.high + slack) {
         generate(g, g.high, true);
         changed(g);
-    } else if (g.v >= set)
+    } else if (held >= set)
         release();
 }
 
@@ -132,14 +138,28 @@ void Checker::band(int j) {
 
 }  // namespace
 
+// Remote control beside Newton: it acts between the iterations, and has no equation that would note it.
+static void note_remote(Run& run) {
+    const Store& s = run.store;
+    auto& remote = run.mat.control.remote;
+    for (int i : rows(s.rcb.NRCB))
+        if (const int j = s.rcb.ICB(i), k = s.rcb.IRCB(i); j && k >= 1 && k <= s.bus.NB) remote(j) = i;
+    for (int i : rows(s.fcr.n))
+        if (const int j = s.fcr.row(i); j >= 1 && j <= s.gen.NG) remote(j) = 0;
+}
+
 void start_limits(Run& run) {
     const Store& s = run.store;
     ControlWork& w = run.mat.control;
     w.turns.fill(s.gen.NG, 0);
     w.exempt.fill(s.gen.NG, false);
+    w.NTCST.fill(s.gen.NG, 0);
+    w.remote.fill(s.gen.NG, 0);
     w.machines = 0;
     for (int i : rows(s.fql.n))
         if (const int j = s.fql.row(i); j >= 1 && j <= s.gen.NG) w.exempt(j) = true;
+    if (run.opt["CREM"_opt] && !run.opt["NEWT"_opt]) note_remote(run);
+    w.dispatches = 0;
 }
 
 void reopen_reactive(Run& run, int k) {
@@ -160,6 +180,7 @@ bool check_limits(Run& run, MismatchRow dq, bool by_island) {
     auto left_alone = [&](int j) {
         const int k = s.gen.NOGEN(j);
         if (run.mat.control.exempt(j)) return true;
+        if (run.mat.control.NTCST(j) == -2 && !run.opt["FJAC"_opt]) return true;  // its group looks after it
         // a unit with no band stays as it is
         if (s.bus.NTYPE(k) < 0 && std::abs(s.gen.QMAX(j) - s.gen.QMIN(j)) <= run.cte.TLPR) return true;
         if (!by_island) return false;
@@ -173,6 +194,7 @@ bool check_limits(Run& run, MismatchRow dq, bool by_island) {
     if (bands)
         for (int j : rows(s.gen.NG))
             if (type(j) == 1 && !left_alone(j)) check.band(j);
+    if (check.unit_came_in) build_diagonal(run);
     return check.turned;
 }
 

@@ -66,13 +66,14 @@ void print_listed(Run& run, std::string_view routine);
 
 // --- controls
 
-/// A kind of control or device that adds rows of its own to the Newton equations. A hook that is missing is skipped.
+/// A kind of control or device inside the Newton iteration. A hook that is missing is skipped.
 struct Device {
     const char* name;
     bool (*build)(Run&);     // its fictitious buses and branches behind the real ones; false: a limit, message queued
-    void (*assemble)(Run&);  // its rows, and what it changes in those of the buses
+    void (*assemble)(Run&);  // its rows and its residual, and what it changes in the rows of the buses
     void (*update)(Run&);    // its own unknowns, after the solution
-    void (*adjust)(Run&);    // steps between passes; clears CONVSTAT when the solution is to go on
+    bool (*settle)(Run&);    // all residuals are met: a last discrete step; true: the equations are no longer the same
+    void (*adjust)(Run&);    // steps after the pass; clears CONVSTAT when the solution is to go on
 };
 std::span<const Device> devices();
 
@@ -94,14 +95,30 @@ void reopen_reactive(Run& run, int k);
 /// Tells the buses that have been kept at a limit in this way: LIMREA warning -900.
 void tell_stuck(Run& run);
 
+// --- individual generators
+
+/// The start of a solution of the compacted network: generator rows take what their units give, and without a solution
+/// in the store the units their share of it first. With NUNF no unit takes a share any more: what it gives, and how
+/// many operate, stands.
+void start_units(Run& run);
+/// A generator at a reactive limit: one more of its units that take their share goes into operation, and the limits of
+/// the row follow. False when none is left. The admittance diagonal is to be rebuilt when the step-up changed with it.
+bool bring_in_unit(Run& run, int j);
+/// The units of a solved network share what their rows generate, and as many operate as that takes. True when the
+/// equations changed by it. LIMREA warning -910 when the counts do not come to rest.
+bool dispatch_units(Run& run);
+/// How many operate at the start of a solution; whether another number of them does now, and the report of these.
+void note_unit_counts(Run& run);
+void report_unit_counts(Run& run);
+
 // --- balance and interchange
 
 /// AREERRO and SYSERRO: active power that every area and every island is short of at the present state, pu: loads,
 /// losses and flows out less generation and injections. The islands are those of the last search.
 void compute_balance(Run& run);
-/// BPAR and BPSI: distributes what compute_balance finds, and takes PGEN for PSLK. CONVSTAT 4 and false when nobody
-/// could take what was left.
-bool distribute_balance(Run& run);
+/// Distributes what compute_balance finds over the areas (BPAR) or the islands (BPSI), and takes PGEN for PSLK.
+/// CONVSTAT 4 and false when nobody could take what was left.
+bool distribute_balance(Run& run, bool by_island);
 /// CINT and DPER: a slack gives up what it gives beyond its schedule, and areas hold their interchange, by generators
 /// and injections with participation. Every change goes to its mismatch row and raises DP of the pass. CONVSTAT 4 when
 /// nobody can take what is left.

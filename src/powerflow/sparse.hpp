@@ -162,6 +162,14 @@ struct ControlWork {
     Table<bool, MXGEN> exempt;          // IPQLIM: the generator is not limited
     Table<unsigned char, MXGEN> turns;  // how often its bus changed its type in this solution
 
+    // generators that hold the voltage of another bus, written by what controls it
+    Table<int, MXGEN> NTCST;   // member of a group: 2, -2 at a reactive limit; 0 else
+    Table<int, MXGEN> remote;  // its row among the remote controls, 0 for none
+
+    // individual generators
+    Table<int, MXGEI> operating;  // units in operation at the start of the solution
+    int dispatches;               // how often they were dispatched in this solution
+
     // capability curves
     /// A machine: its generator row, its fictitious bus, the branch from there to its own bus (IGER_ADDRESS), and
     /// whether its equation may act (LGER_LIM).

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "frame/run.hpp"
+#include "network/block_bench.hpp"
 #include "support/fixture.hpp"
 
 namespace korvane::testing {
@@ -37,6 +38,17 @@ TEST(PowerFlow, ANetworkThatCannotBeSolvedEndsABatchRun) {
     EXPECT_FALSE(s.run.ctl.KNTRL[16]);
     EXPECT_EQ(s.run.ctl.log.back().code, "EXLF");
     EXPECT_FALSE(s.numbers("PWFREF").empty()) << s.messages();
+}
+
+// DANC with BPSI: the machine that participates takes the load that was added, and the slack its losses.
+TEST(PowerFlow, AChangeOfLoadIsSharedByTheMachines) {
+    Session s(triangle() + "DGER\n" + card_of("1:2|16:999|23:100") + "99999\nEXLF NEWT\nDANC BPSI ACLS VABS\n" +
+              card_of("1:BARR|6:3|51:180|58:60") + "99999\nEXLF NEWT\nFIM\n");
+    EXPECT_EQ(s.status, 0) << s.messages();
+    EXPECT_TRUE(s.numbers("INPACL").empty()) << s.messages();
+    const Store& store = s.run.store;
+    EXPECT_NEAR(store.bus.PLOAD(3), 1.8, 1e-9);
+    EXPECT_NEAR(store.gen.PGEN(2), 0.8 + 0.3, 0.01) << s.messages();
 }
 
 TEST(PowerFlow, DataThatChangeTheNetworkTakeTheSolutionBack) {

@@ -8,12 +8,12 @@ namespace korvane::testing {
 namespace {
 
 /// Nominal power 1, power factor 0.9, 5 % above nominal in stator and rotor, 75 degrees, Xq = 1.1.
-constexpr Machine MACHINE = {.reactance = 1.1,
-                             .current = 1.05,
-                             .active = 0.9,
-                             .reactive = 0.43588989435406733,
-                             .excitation = 1.05,
-                             .angle = 1.309};
+constexpr RoundRotor MACHINE = {.reactance = 1.1,
+                                .current = 1.05,
+                                .active = 0.9,
+                                .reactive = 0.43588989435406733,
+                                .excitation = 1.05,
+                                .angle = 1.309};
 
 TEST(Capability, SlopesAreThoseOfTheCurve) {
     constexpr double STEP = 1e-6;
@@ -57,7 +57,7 @@ TEST(Capability, WhatAMachineCannotCarry) {
     EXPECT_FALSE(capability(MACHINE, 1.0, 1.0501).carries);
     EXPECT_FALSE(capability(MACHINE, 1.0, -1.0501).carries);
     EXPECT_FALSE(capability(MACHINE, 0.5, 0.7).carries) << "the voltage is too low for it";
-    Machine weak = MACHINE;
+    RoundRotor weak = MACHINE;
     weak.excitation = 0.3;
     EXPECT_FALSE(capability(weak, 1.0, 1.0).carries) << "the rotor is too weak for it";
 }
@@ -156,7 +156,7 @@ TEST(Capability, TheFileHoldsAClosedCurveOfEveryMachine) {
         EXPECT_EQ(arcs.size(), 3u);
         EXPECT_EQ(at.front()[0], 0);
         EXPECT_EQ(at.back()[0], 0);
-        const Machine m = machine_of(n.s, j);
+        const RoundRotor m = machine_of(n.s, j);
         const double v = n.s.bus.VOLT(k);
         for (int i = 0; i < points / 2; ++i) {
             const auto [p, low] = at[std::size_t(i)];

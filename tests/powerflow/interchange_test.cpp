@@ -73,6 +73,49 @@ TEST(Interchange, AreasHoldTheirSchedule) {
         }
 }
 
+// Two areas of a random network, limits of all kinds at once.
+TEST(Interchange, OfRandomNetworksWithAllLimits) {
+    for (const bool by_area : {true, false})
+        for (unsigned seed = 1; seed <= 12; ++seed) {
+            Network n;
+            Store& s = n.s;
+            n.area(1, 0.3);
+            n.area(2, -0.3);
+            random_network(n, seed);
+            for (int k : rows(s.bus.NB)) s.bus.IAREA(k) = k <= 20 ? 1 : 2;
+            std::mt19937 random(seed);
+            for (int j : rows(s.gen.NG)) {
+                s.gen.FGEN(j) = j == 1 ? 1 : double(random() % 5);
+                s.gen.PMIN(j) = -5;
+                s.gen.PMAX(j) = s.gen.PGEN(j) + (j % 2 ? 0.05 : 5);
+                if (j > 1) s.gen.QMAX(j) = 0.01 * double(random() % 30);
+                if (j > 1) s.gen.QMIN(j) = -0.01 * double(random() % 10);
+            }
+            s.slk.PSLK(1) = 0.5;
+            n.ready();
+            n.run.cte.TETP = n.run.cte.TBPA = n.run.cte.TLPR = 1e-6;
+            n.run.cte.ACIT = 90;
+            n.run.opt.set("QLIM"_opt);
+            n.run.opt.set(by_area ? "CINT"_opt : "DPER"_opt);
+            n.solve();
+            ASSERT_EQ(s.sol.CONVSTAT, 1) << seed << n.session.messages();
+            double exported = 0;
+            for (int t : rows(s.adr.NLTL)) {
+                const int l = s.adr.LTLADR(t);
+                if (!s.branch.STLIN(l)) continue;
+                const BranchFlow f = branch_flow(s, l);
+                const bool out = s.bus.IAREA(s.branch.NFROM(l)) == 1, at_from = s.branch.OWNER(l);
+                exported += (out ? 1 : -1) * (at_from ? f.pf : -f.pt);
+            }
+            EXPECT_NEAR(exported, by_area ? 0.3 : exported, 5e-6) << seed;
+            EXPECT_NEAR(s.gen.PGEN(1), s.slk.PSLK(1), 5e-6) << seed;
+            for (int j : rows(s.gen.NG)) EXPECT_LE(s.gen.PGEN(j), s.gen.PMAX(j) + 5e-6) << seed;
+            expect_balance(s);
+            n.solve();
+            EXPECT_EQ(s.sol.NITP, 0) << seed << ": from its own solution";
+        }
+}
+
 TEST(Interchange, ParticipationAndLimitsSayWhoMoves) {
     Areas n(0.6);
     n.s.gen.PMAX(3) = 0.3;
@@ -174,8 +217,7 @@ TEST(Balance, AChangeOfLoadGoesToTheGenerators) {
         n.s.bus.PLOAD(5) += 0.1;
         n.s.bus.PLOAD(2) += 0.06;
         n.s.gen.FGEN(1) = 1;
-        n.run.opt.set(by_area ? "BPAR"_opt : "BPSI"_opt);
-        share_out_imbalance(n.run);
+        share_out_imbalance(n.run, !by_area);
         EXPECT_EQ(n.s.sol.CONVSTAT, 0);
         auto moved = [&](int j) { return n.s.gen.PGEN(j) - before[std::size_t(j)]; };
         EXPECT_NEAR(moved(1), by_area ? 0.06 : 0.16 / 6, 1e-6);

@@ -123,6 +123,65 @@ TEST(ReactiveLimits, ThoseOfTheListAreLeftAlone) {
     }
 }
 
+TEST(ReactiveLimits, GroupsAndRemoteSetPoints) {
+    auto dq = [](korvane::Run& run, int k) -> double& { return run.mat.work.power(k); };
+    struct {
+        const char* what;
+        bool fjac;
+        int group;    // NTCST
+        bool remote;  // the load bus is controlled, at 0.98; its voltage stands at 0.97 or, above, at 0.99
+        bool above;
+        int type;  // of a generator at QMAX whose own voltage is above its own set point
+    } cases[] = {
+        {"its own voltage releases it", false, 0, false, false, 2},
+        {"its group looks after it", false, -2, false, false, -2},
+        {"groups are Newton's", true, -2, false, false, 2},
+        {"the controlled voltage keeps it", false, 0, true, false, -2},
+        {"the controlled voltage releases it", false, 0, true, true, 2},
+    };
+    for (const auto& c : cases) {
+        Radial n(1.0, -0.1, 0.1, 0.3, -2);
+        n.run.opt.set("FJAC"_opt, c.fjac);
+        const int i = add_row(n.s.rcb);
+        n.s.rcb.IRCB(i) = n.load;
+        n.s.rcb.VRCB(i) = 0.98;
+        start_limits(n.run);
+        n.run.mat.control.NTCST(n.j) = c.group;
+        n.run.mat.control.remote(n.j) = c.remote ? i : 0;
+        n.s.gen.QGEN(n.j) = 0.1;
+        n.s.bus.VOLT(n.k) = 1.01;
+        n.s.bus.VOLT(n.load) = c.above ? 0.99 : 0.97;
+        EXPECT_EQ(check_limits(n.run, dq, false), c.type > 0) << c.what;
+        EXPECT_EQ(n.type(), c.type) << c.what;
+        EXPECT_EQ(n.v(), c.type < 0 ? 1.01 : c.remote ? 0.98 : 1.0) << c.what;
+    }
+}
+
+// Every generator but the slack has less than it takes; with the slack limited as well nothing holds the voltage.
+TEST(ReactiveLimits, AllGeneratorsAtTheirs) {
+    for (const bool collapse : {false, true})
+        for (const char* method : {"NEWT", "FJAC", "PART", "STEP", "STPO", "CILH"}) {
+            Network n;
+            random_network(n, 5);
+            for (int j : rows(n.s.gen.NG)) {
+                if (n.s.bus.NTYPE(n.s.gen.NOGEN(j)) == 3 && !collapse) continue;
+                n.s.gen.QMIN(j) = collapse ? -9.0 : -0.02;
+                n.s.gen.QMAX(j) = collapse ? -8.0 : -0.01;
+            }
+            n.run.cte.TLPR = 1e-6;
+            n.run.opt.set("QLIM"_opt);
+            n.run.opt.set(Option{find_option(method)});
+            n.solve();
+            const Store& s = n.s;
+            EXPECT_EQ(s.sol.CONVSTAT == 1, !collapse) << method << s.sol.CONVSTAT;
+            if (!collapse) {
+                expect_limits_kept(s, 2e-6, method);
+                expect_balance(s, method);
+            }
+            for (int k : rows(s.bus.NB)) EXPECT_TRUE(std::isfinite(s.bus.VOLT(k)) && std::isfinite(s.bus.ANGLE(k)));
+        }
+}
+
 TEST(ReactiveLimits, ASlackAtALimitKeepsItsAngle) {
     Radial n(1.0, -1, 1, 0.3);
     n.s.gen.QMAX(1) = 0.02;

@@ -33,7 +33,7 @@ TEST_P(ReferenceNetwork, SolvesToItsReference) {
 TEST_P(ReferenceNetwork, ReachesItsReactiveLimits) {
     const std::string name = GetParam().name;
     if (!reference_present(name)) GTEST_SKIP() << "no reference networks beside the checkout";
-    for (const char* line : {"EXLF NEWT QLIM\n", "EXLF NEWT FJAC QLIM\n"}) {
+    for (const char* line : {"EXLF NEWT QLIM\n", "EXLF NEWT FJAC QLIM\n", "EXLF NEWT QLIM FLAT INDC\n"}) {
         const Session run(with_open_slack(reference_deck(name, std::string("DCTE\nTLPR  .0001\n99999\n") + line)));
         ASSERT_EQ(run.store().sol.CONVSTAT, 1) << run.messages();
         const LimitedDifference d = limited_difference(run.run.store, run.run.cte.BASE, name);
