@@ -25,25 +25,48 @@ struct DeckRow {
     bool of_the_whole = false;  // not with AREA
 };
 
-bool line_shunts(const Run& run) { return done<21>(run) && !run.opt["INDV"_opt]; }
 bool load_models(const Run& run) { return done<5>(run) && !run.opt["INDV"_opt]; }
-[[maybe_unused]] bool fixed_taps(const Run& run) { return done<87>(run) || run.store.tpf.count() > 0; }
+bool fixed_taps(const Run& run) { return done<87>(run) || run.store.tpf.count() > 0; }
 bool individual(const Run& run) { return run.opt["INDV"_opt]; }
 
 /// The electrical blocks, in the order in which they can be read. Blocks that no reader has yet have their places here:
 /// DCTG behind DMFL; DELO, DCBA, DCLI, DCNV, DCCV behind DREL; DVCO, DCUR, DRES behind DINJ; DVSA behind DMOT.
 constexpr DeckRow ELECTRICAL[] = {
-    {PUNOPT, done<41>},  {PUNCTE, done<9>, true}, {PUNBUS, done<1>},  {PUNLIN, done<2>},     {PUNCAI, done<100>},
-    {PUNGEI, done<102>}, {PUNSHL, line_shunts},   {PUNGEN, done<3>},  {PUNFLD, load_models}, {PUNGLT, done<6>},
-    {PUNARE, done<4>},   {PUNINJ, done<17>},      {PUNMOT, done<34>},
+    {PUNAGR},
+    {PUNOPT, done<41>},
+    {PUNCTE, done<9>, true},
+    {PUNBUS, done<1>},
+    {PUNSLP, done<127>},
+    {PUNLIN, done<2>},
+    {PUNCSC, done<37>},
+    {PUNCAI, done<100>},
+    {PUNGEI, done<102>},
+    {PUNBSH, done<99>},
+    {PUNSHL, done<21>},
+    {PUNGEN, done<3>},
+    {PUNFLD, load_models},
+    {PUNCER, done<82>},
+    {PUNSCA, done<97>},
+    {PUNTVF, done<94, 124>},
+    {PUNGLT, done<6>},
+    {PUNARE, done<4>},
+    {PUNTPF, fixed_taps},
+    {PUNFCR, done<89>},
+    {PUNFQL, done<90>},
+    {PUNMTE, done<38>},
+    {PUNMGR, done<39>},
+    {PUNMFL, done<40>},
+    {PUNFCT, done<10>},
+    {PUNREL, done<7>},
+    {PUNBRE, done<11>},
+    {PUNINJ, done<17>},
+    {PUNMOT, done<34>},
+    {PUNILH, done<132>},
 };
 
 /// The blocks that GRAF writes too; DAVR has its place behind DGBT.
 constexpr DeckRow FOR_GRAPHICS[] = {
-    {PUNGBT, done<36>},
-    {PUNCMT},
-    {individual_records, individual},
-};
+    {PUNGBT, done<36>}, {PUNCMT}, {PUNLEN, done<104>}, {individual_records, individual}};
 
 void put_blocks(Run& run, const DeckScope& deck, std::span<const DeckRow> blocks) {
     for (const DeckRow& block : blocks)

@@ -26,6 +26,28 @@ bool default_limits(const LimitGroupTables& t, int g) {
 
 }  // namespace
 
+void PUNAGR(Run& run, const DeckScope&) {
+    const Aggregators& a = run.store.agr;
+    const auto has_data = [&](int k) { return a.count(k) > 0 || !a.DESCAG(k).blank(); };
+    bool any = false;
+    for (int k : rows(MXAGR)) any |= has_data(k);
+    if (!any) return;
+    const CardForm head = aggregator_cards(run);
+    const GroupForm group = aggregator_group_cards(run);
+    DeckBlock block(run, "PUNAGR");
+    for (int k : rows(MXAGR)) {
+        if (!has_data(k)) continue;
+        head(run, k);
+        block.card();
+        for (int row = a.NUMGAG(k); row; row = a.LNKGAG(k)(row)) {
+            group(run, k, row);
+            block.card();
+        }
+        block.line("FAGR");
+    }
+    block.end();
+}
+
 void PUNGLT(Run& run, const DeckScope& deck) {
     const Store& s = run.store;
     std::vector<int> groups = named_rows(deck, s.glt.NGLT, [&](int k) { return s.bus.NOGLT(k); });

@@ -28,9 +28,41 @@ namespace {
 void put_loads(Run& run, const DeckScope& deck, const IndividualRecords& individual) {
     const BusTables& b = run.store.bus;
     std::vector<int> buses = deck.buses();
-    std::erase_if(buses,
-                  [&](int k) { return (b.PLOAD(k) == 0 && b.QLOAD(k) == 0) || individual.load_stays[std::size_t(k)]; });
+    std::erase_if(buses, [&](int k) { return (b.PLOAD(k) == 0 && b.QLOAD(k) == 0) || individual.load_stays(k); });
     if (!buses.empty()) put_block(run, "PUNCAI", bus_load_cards(run), buses);
+}
+
+/// Shunts of buses, then those of the ends of lines, that go out as banks.
+std::vector<FixedShunt> fixed_shunts(const Store& s, const DeckScope& deck, const IndividualRecords& individual) {
+    std::vector<FixedShunt> all;
+    const auto add = [&](int k, int l, double value, bool live) {
+        const int g = individual.bank(k, l);
+        all.push_back({k, l, g, individual.free_number(g), value, live});
+    };
+    for (int n : deck.rows_at(s.sht.NSHT, s.sht.NOSHT.data()))
+        if (const int k = s.sht.NOSHT(n); !individual.shunt_stays(k)) add(k, 0, s.sht.SHUNT(n), true);
+    for (int l : deck.branches()) {
+        const int n = s.branch.LTYPE(l) == 0 ? s.branch.LITRF(l) : 0;
+        if (n == 0 || individual.line_shunts_stay(n)) continue;
+        if (s.shl.SHLFR(n) != 0) add(s.branch.NFROM(l), l, s.shl.SHLFR(n), s.shl.STSHLD(n));
+        if (s.shl.SHLTO(n) != 0) add(s.branch.NTO(l), l, s.shl.SHLTO(n), s.shl.STSHLP(n));
+    }
+    return all;
+}
+
+void put_shunts(Run& run, const DeckScope& deck, const IndividualRecords& individual) {
+    const std::vector<FixedShunt> shunts = fixed_shunts(run.store, deck, individual);
+    if (shunts.empty()) return;
+    const FixedShuntForm group = fixed_shunt_group_cards(run), unit = fixed_shunt_unit_cards(run);
+    DeckBlock block(run, "PUNBSH");
+    for (const FixedShunt& shunt : shunts) {
+        group(run, shunt);
+        block.card();
+        unit(run, shunt);
+        block.card();
+        block.line("FBAN");
+    }
+    block.end();
 }
 
 // A bus whose units are known keeps them alone.
@@ -48,6 +80,7 @@ void put_generators(Run& run, const DeckScope& deck) {
 void individual_records(Run& run, const DeckScope& deck) {
     const IndividualRecords individual(run.store);
     put_loads(run, deck, individual);
+    put_shunts(run, deck, individual);
     put_generators(run, deck);
 }
 

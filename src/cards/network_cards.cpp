@@ -3,6 +3,7 @@
 
 #include "cards/pun.hpp"
 #include "network/element_selection.hpp"
+#include "network/individual_records.hpp"
 
 namespace korvane {
 
@@ -55,6 +56,11 @@ void PUNSHL(Run& run, const DeckScope& deck) {
     std::vector<int> shunts;
     for (int l : deck.branches())
         if (s.branch.LTYPE(l) == 0 && s.branch.LITRF(l) != 0) shunts.push_back(s.branch.LITRF(l));
+    if (run.opt["INDV"_opt]) {
+        const IndividualRecords individual(s);
+        std::erase_if(shunts, [&](int n) { return !individual.line_shunts_stay(n); });
+        if (shunts.empty()) return;
+    }
     put_block(run, "PUNSHL", line_shunt_cards(run), shunts);
 }
 

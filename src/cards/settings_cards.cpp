@@ -3,6 +3,7 @@
 #include "frame/constant_cards.hpp"
 #include "frame/decimal.hpp"
 #include "frame/pair_card.hpp"
+#include "network/case_comment.hpp"
 
 namespace korvane {
 
@@ -54,6 +55,28 @@ void PUNOPT(Run& run, const DeckScope&) {
     cards.end();
 }
 
+namespace {
+
+/// Whether the constant is as after a reset, or as another one makes it, and its columns have no room for all its
+/// digits, as may happen with powers under an odd base: without a card it reads back better.
+bool better_left_out(const Constants& cte, const Constants& fresh, const ConstantRow& row) {
+    constexpr double ROUNDING = 1e-12;
+    const bool as_reset = row.real ? cte.*row.real == fresh.*row.real : row.whole && cte.*row.whole == fresh.*row.whole;
+    // A tolerance that was given alone has set these.
+    const bool follows = (row.real == &Constants::EXST && cte.EXST == 4 * cte.TEPA) ||
+                         (row.real == &Constants::QLST && cte.QLST == 4 * cte.TEPR) ||
+                         (row.real == &Constants::TPST && cte.TPST == 2 * cte.TEPR);
+    if (!as_reset && !follows) return false;
+    const double value = card_value(cte, row);
+    char columns[16];
+    PUTREAL(value, DCTE_CARD.value_width, columns);
+    double shown = 0;
+    const std::string_view text(columns, std::size_t(DCTE_CARD.value_width));
+    return !get_real(text, 0, shown) || std::abs(shown - value) > ROUNDING * std::abs(value);
+}
+
+}  // namespace
+
 // Constants that the list does not show go behind it when they are not as after a reset.
 void PUNCTE(Run& run, const DeckScope&) {
     PairCards cards(run, "PUNCTE", DCTE_CARD);
@@ -61,9 +84,10 @@ void PUNCTE(Run& run, const DeckScope&) {
         PUTREAL(card_value(run.cte, row), DCTE_CARD.value_width, cards.next({row.name, 4}));
     };
     const auto shown = constants_in_card_order();
-    for (const ConstantRow* row : shown) put(*row);
     Constants fresh{};
     fresh.reset();
+    for (const ConstantRow* row : shown)
+        if (!better_left_out(run.cte, fresh, *row)) put(*row);
     for (const ConstantRow& row : constant_table())
         if (std::find(shown.begin(), shown.end(), &row) == shown.end() &&
             card_value(run.cte, row) != card_value(fresh, row))
@@ -72,12 +96,10 @@ void PUNCTE(Run& run, const DeckScope&) {
 }
 
 void PUNCMT(Run& run, const DeckScope&) {
-    constexpr int WIDTH = 80;
-    const CaseComment& comment = run.store.comment;
-    if (comment.length == 0) return;
+    const std::vector<std::string> lines = comment_lines(run.store);
+    if (lines.empty()) return;
     DeckBlock block(run, "PUNCMT", 1, 0);
-    for (int at = 0; at < comment.length; at += WIDTH)
-        block.line({comment.text.data() + at, std::size_t(std::min(WIDTH, comment.length - at))});
+    for (const std::string& line : lines) block.line(line);
     block.end();
 }
 

@@ -1,6 +1,6 @@
 // DAGR: aggregators and the groups in them, a block of two kinds of cards.
-#include "frame/card_block.hpp"
 #include "network/aggregators.hpp"
+#include "network/card_forms.hpp"
 #include "network/network.hpp"
 
 namespace korvane {
@@ -26,6 +26,7 @@ constexpr Field<GroupCard> GROUP[] = {
     {7, 42, &GroupCard::description, {.key = true}},
 };
 static_assert(well_formed(GROUP));
+constexpr int GROUP_FORMAT = 16;  // row of INPAGR
 
 using GroupEdit = Edit<GroupCard>;
 
@@ -135,7 +136,7 @@ void AggregatorBlock::read() {
             return {e.card.id, k_ ? a.DESGAG(k_)(e.row) : e.card.description};
         },
         .apply = [&](Run&, GroupEdit& e) { apply(e); },
-        .rows = {.echo132 = 17, .echo80 = 18, .guide = 19, .card = 16},
+        .rows = {.echo132 = 17, .echo80 = 18, .guide = 19, .card = GROUP_FORMAT},
         .last_card = "FAGR",
     };
     card_detail::open_block(run, heads.routine);
@@ -170,6 +171,19 @@ void link_groups(Store& s) {
             a.NUMGAG(k) = row;
         }
     }
+}
+
+CardForm aggregator_cards(Run& run) {
+    return [printer = CardPrinter<AggregatorCard>(run, "INPAGR", AGGREGATOR)](Run& r, int k) {
+        printer.show(r, {k, r.store.agr.DESCAG(k)});
+    };
+}
+
+GroupForm aggregator_group_cards(Run& run) {
+    return [printer = CardPrinter<GroupCard>(run, "INPAGR", GROUP, {}, Implied::point, GROUP_FORMAT)](Run& r, int k,
+                                                                                                      int row) {
+        printer.show(r, {r.store.agr.NIDGAG(k)(row), r.store.agr.DESGAG(k)(row)});
+    };
 }
 
 void INPAGR(Run& run) {

@@ -1,5 +1,5 @@
 // DSCA: automatic shunts.
-#include "frame/card_block.hpp"
+#include "network/card_forms.hpp"
 #include "network/drop_row.hpp"
 #include "network/network.hpp"
 #include "network/shunt_banks.hpp"
@@ -26,8 +26,8 @@ constexpr Field<ShuntCard> DSCA[] = {
     {1, 5, &C::bus, {.key = true}},
     {8, 8, &C::takes_fixed, {.letters = Letters::upper}},
     {9, 9, &C::mode, {.add = "F", .letters = Letters::upper}},
-    {11, 14, &C::vmin},
-    {15, 18, &C::vmax},
+    {11, 14, &C::vmin, {.zero_is_none = true}},
+    {15, 18, &C::vmax, {.zero_is_none = true}},
     {20, 24, &C::control},
     {25, 29, &C::initial, {.add = "0.", .unit = Scale::power}},
     {31, 31, &C::steps, {.zero_is_none = true, .part = 1}},
@@ -198,6 +198,12 @@ void ShuntBlock::finish() {
 }
 
 }  // namespace
+
+CardForm automatic_shunt_cards(Run& run) {
+    return [printer = CardPrinter<ShuntCard>(run, "INPSCA", DSCA, {&C::mode, &C::band})](Run& r, int i) {
+        printer.show(r, card_of(r, i));
+    };
+}
 
 void INPSCA(Run& run) {
     ShuntBlock block(run);

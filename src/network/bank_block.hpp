@@ -1,8 +1,8 @@
 // What the cards and the end card of DBSH share while a block is read. For network/bank_data*.cpp only.
 #pragma once
 #include "frame/card_block.hpp"
-#include "network/shunt_banks.hpp"
 #include "network/removed_rows.hpp"
+#include "network/shunt_banks.hpp"
 
 namespace korvane {
 

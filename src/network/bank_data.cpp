@@ -1,6 +1,7 @@
 // DBSH: groups of shunt banks, and the rows of like units that each of them has.
 #include "network/bank_block.hpp"
 
+#include "network/card_forms.hpp"
 #include "network/network.hpp"
 
 namespace korvane {
@@ -16,9 +17,9 @@ constexpr Field<GroupCard> GROUP[] = {
     {9, 13, &G::other, {.key = true, .zero_is_none = true}},
     {15, 16, &G::circuit, {.key = true, .zero_is_none = true}},
     {18, 18, &G::control, {.add = "F", .letters = Letters::upper, .key = true}},
-    {20, 23, &G::vmin, {.key = true}},
-    {25, 28, &G::vmax, {.key = true}},
-    {30, 34, &G::controlled, {.key = true}},
+    {20, 23, &G::vmin, {.key = true, .zero_is_none = true}},
+    {25, 28, &G::vmax, {.key = true, .zero_is_none = true}},
+    {30, 34, &G::controlled, {.key = true, .zero_is_none = true}},
     {36, 41, &G::value, {.unit = Scale::power, .key = true, .zero_is_none = true}},
     {43, 43, &G::band, {.add = "C", .letters = Letters::upper, .key = true}},
     {45, 45, &G::takes_shunt, {.letters = Letters::upper, .key = true}},
@@ -353,6 +354,43 @@ void BankBlock::remove_unit(int unit) {
 void BankBlock::count_units(int more) {
     b.NUBSH(group_) += more;
     if (b.MCBSH(group_) != 0) automatic(b.NOBSH(group_)).rows += more;
+}
+
+CardForm bank_group_cards(Run& run) {
+    return [printer = CardPrinter<GroupCard>(run, "INPBSH", GROUP, {&G::control})](Run& r, int g) {
+        printer.show(r, card_of(r, g));
+    };
+}
+
+CardForm bank_unit_cards(Run& run) {
+    return [printer = CardPrinter<UnitCard>(run, "INPBSH", UNIT, {&U::state}, Implied::point, UNIT_FORMAT)](
+               Run& r, int i) { printer.show(r, unit_card_of(r, i)); };
+}
+
+FixedShuntForm fixed_shunt_group_cards(Run& run) {
+    return [printer = CardPrinter<GroupCard>(run, "INPBSH", GROUP)](Run& r, const FixedShunt& shunt) {
+        const Store& s = r.store;
+        GroupCard c{};
+        c.bus = s.bus.NOINT(shunt.bus);
+        if (const int l = shunt.branch) {
+            const int from = s.branch.NFROM(l);
+            c.holder = c.bus;
+            c.other = s.bus.NOINT(shunt.bus == from ? int(s.branch.NTO(l)) : from);
+            c.circuit = s.branch.NCIR(l);
+        }
+        c.control = 'F';
+        c.band = 'C';
+        c.takes_shunt = ' ';
+        printer.show(r, c);
+        if (shunt.group) r.CARD.at[GROUP_OPERATION - 1] = 'M';
+    };
+}
+
+FixedShuntForm fixed_shunt_unit_cards(Run& run) {
+    return [printer = CardPrinter<UnitCard>(run, "INPBSH", UNIT, {&U::state}, Implied::point, UNIT_FORMAT)](
+               Run& r, const FixedShunt& shunt) {
+        printer.show(r, {shunt.number, shunt.live ? 'L' : 'D', 1, 1, shunt.value});
+    };
 }
 
 void INPBSH(Run& run) {

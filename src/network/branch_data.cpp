@@ -3,6 +3,7 @@
 
 #include "frame/decimal.hpp"
 #include "network/aggregator_fields.hpp"
+#include "network/branch_rows.hpp"
 #include "network/card_forms.hpp"
 #include "network/set_points.hpp"
 
@@ -53,17 +54,6 @@ double as_typed(double v) {
 
 char letter(bool live) { return live ? 'L' : 'D'; }
 
-int phase_row_of(const Store& s, int l) {
-    const int type = s.branch.LTYPE(l);
-    return type == 2 || type == 4 || type == 6 ? s.branch.LITRF(l) : 0;
-}
-
-int tap_row_of(const Store& s, int l) {
-    if (const int p = phase_row_of(s, l)) return s.phs.NOPHS(p);
-    const int type = s.branch.LTYPE(l);
-    return type == 1 || type == 3 ? s.branch.LITRF(l) : 0;
-}
-
 /// Branch l as a card in its own direction.
 BranchCard branch_card(const Run& run, int l) {
     const Store& s = run.store;
@@ -77,7 +67,7 @@ BranchCard branch_card(const Run& run, int l) {
     c.state = letter(b.STLIN(l));
     c.owner = b.OWNER(l) ? 'F' : 'T';
     double t = 1;
-    if (const int n = tap_row_of(s, l)) {
+    if (const int n = tap_row(s, l)) {
         t = s.tap.TAP(n);
         c.tap = as_typed(1 / t);
         c.tpmin = s.tap.TPMIN(n);
@@ -91,7 +81,7 @@ BranchCard branch_card(const Run& run, int l) {
     c.r = as_typed(g * z);
     c.x = as_typed(-y * z);
     c.charging = 2 * b.BC(l);
-    if (const int p = phase_row_of(s, l)) c.phase = s.phs.PHS(p);
+    if (const int p = phase_row(s, l)) c.phase = s.phs.PHS(p);
     c.normal = shown_rating(b.CAPAC(l));
     c.emergency = shown_rating(b.CAPAE(l));
     c.equipment = shown_rating(b.CAPAQ(l));
@@ -131,9 +121,9 @@ BranchBlock::BranchBlock(Run& of) : run(of), s(of.store), finder_(of.store), set
     }
 }
 
-int BranchBlock::phase_row(int l) const { return phase_row_of(s, l); }
+int BranchBlock::phase_row(int l) const { return korvane::phase_row(s, l); }
 
-int BranchBlock::tap_row(int l) const { return tap_row_of(s, l); }
+int BranchBlock::tap_row(int l) const { return korvane::tap_row(s, l); }
 
 void BranchBlock::locate(BranchEdit& e) {
     const BranchCard& c = e.card;

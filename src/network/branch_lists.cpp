@@ -1,14 +1,12 @@
 // DTPF and DMFL with five branches on a card: taps held fixed, and branches whose flow is monitored.
-#include "frame/card_block.hpp"
 #include "network/branch_ends.hpp"
+#include "network/card_forms.hpp"
 #include "network/network.hpp"
 #include "network/placed_rows.hpp"
 
 namespace korvane {
 
 namespace {
-
-constexpr int BRANCHES_ON_A_CARD = 5;
 
 struct BranchesCard {
     Parts first, second, circuit;  // numbers of the buses, circuits
@@ -88,7 +86,7 @@ int BranchListBlock<List>::find_branch(BranchesEdit& e, int part) {
 template <class List>
 void BranchListBlock<List>::find_branches(BranchesEdit& e) {
     due_.clear();
-    for (int part : rows(BRANCHES_ON_A_CARD)) {
+    for (int part : rows(int(BRANCHES_ON_A_CARD))) {
         if (!e.given(&C::first, part) && !e.given(&C::second, part) && !e.given(&C::circuit, part)) break;
         const int l = find_branch(e, part);
         if (l == 0) continue;
@@ -139,6 +137,22 @@ void BranchListBlock<List>::read() {
 }
 
 }  // namespace
+
+BranchListForm branch_list_cards(Run& run) {
+    constexpr int OPERATION = 76;
+    return [printer = CardPrinter<BranchesCard>(run, "INPTPI", FIVE_BRANCHES)](Run& r, std::span<const int> branches) {
+        const Store& s = r.store;
+        BranchesCard c{};
+        for (std::size_t i = 0; i < branches.size(); ++i) {
+            const int l = branches[i];
+            c.first[i] = s.bus.NOINT(s.branch.NFROM(l));
+            c.second[i] = s.bus.NOINT(s.branch.NTO(l));
+            c.circuit[i] = s.branch.NCIR(l);
+        }
+        printer.show(r, c);
+        r.CARD.at[OPERATION - 1] = 'A';
+    };
+}
 
 void INPTPI(Run& run) {
     const ListRules rules = {"INPTPI", 4, -823, [](int ltype) { return ltype == 3 || ltype == 4; }, 230};

@@ -1,7 +1,8 @@
 // DLEN: voltage limits at the two ends of a branch.
-#include "frame/card_block.hpp"
 #include "network/branch_ends.hpp"
+#include "network/card_forms.hpp"
 #include "network/network.hpp"
+#include "network/set_points.hpp"
 #include "network/store.hpp"
 
 namespace korvane {
@@ -78,7 +79,33 @@ void apply(Run& run, EndLimitEdit& e) {
     b.VTXENRG(e.row) = c.second_max;
 }
 
+constexpr double LEAST = 0.9, GREATEST = 1.1;  // pu, of a new branch
+
+/// The limits of branch l as they are without a card.
+EndLimitCard without_card(const Run& run, int l) {
+    const Store& s = run.store;
+    auto greatest = [&](int k) { return upper_limit(s.gbt.BASET(s.bus.NOGBT(k))).value_or(GREATEST); };
+    return {0, 0, 0, LEAST, greatest(s.branch.NFROM(l)), LEAST, greatest(s.branch.NTO(l))};
+}
+
+constexpr double C::*LIMITS[] = {&C::first_min, &C::first_max, &C::second_min, &C::second_max};
+
 }  // namespace
+
+bool end_limits_at_defaults(const Run& run, int l) {
+    const EndLimitCard c = card_of(run, l), fresh = without_card(run, l);
+    return std::all_of(std::begin(LIMITS), std::end(LIMITS), [&](auto limit) { return c.*limit == fresh.*limit; });
+}
+
+CardForm end_limit_cards(Run& run) {
+    return [printer = CardPrinter<EndLimitCard>(run, "INPLEN", DLEN)](Run& r, int l) {
+        EndLimitCard c = card_of(r, l);
+        const EndLimitCard fresh = without_card(r, l);
+        for (auto limit : LIMITS)
+            if (c.*limit == fresh.*limit) c.*limit = 0;  // a blank leaves it as it is
+        printer.show(r, c);
+    };
+}
 
 void INPLEN(Run& run) {
     const Block<EndLimitCard> block = {

@@ -91,9 +91,10 @@ private:
         if (g && c.type == 3)  // min before max: limits may stand the wrong way round until their cards come
             c.volt = std::max(std::min(c.volt, s.glt.VMAX(s.bus.NOGLT(k))), s.glt.VMIN(s.bus.NOGLT(k)));
         if (g && (c.type == 1 || c.type == 2) && !solved) c.volt = s.gen.VGEN(g);
-        if (individual_ && !individual_->load_stays[std::size_t(k)]) c.pload = c.qload = 0;
-        if (individual_ && !individual_->shunt_stays[std::size_t(k)]) c.shunt = 0;
-        if (c.control == c.number) c.control = 0;
+        if (individual_ && !individual_->load_stays(k)) c.pload = c.qload = 0;
+        if (individual_ && !individual_->shunt_stays(k)) c.shunt = 0;
+        const int r = s.map.NCADR(k);  // outside the block the list holds rows, not numbers
+        c.control = r ? s.bus.NOINT(s.rcb.IRCB(r)) : 0;
         return shown;
     }
 

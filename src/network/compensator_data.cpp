@@ -1,5 +1,5 @@
 // DCER: static compensators.
-#include "frame/card_block.hpp"
+#include "network/card_forms.hpp"
 #include "network/drop_row.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
@@ -152,6 +152,8 @@ void CompensatorBlock::apply(const CompensatorEdit& e) {
 }
 
 }  // namespace
+
+CardForm compensator_cards(Run& run) { return card_form<CompensatorCard>(run, "INPCER", DCER, card_of); }
 
 void INPCER(Run& run) {
     CompensatorBlock block(run);

@@ -1,6 +1,6 @@
 // DFCT: shares of generators in remote voltage control, and of transformers in the control of a voltage.
-#include "frame/card_block.hpp"
 #include "network/branch_ends.hpp"
+#include "network/card_forms.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
 
@@ -109,17 +109,25 @@ void ShareBlock::finish() {
 }
 
 /// Row r of the remote controls, row t of the taps as a card.
-[[maybe_unused]] ShareCard card_of_generator(const Run& run, int r) {
+ShareCard card_of_generator(const Run& run, int r) {
     const Store& s = run.store;
     return {s.bus.NOINT(s.gen.NOGEN(s.rcb.ICB(r))), 'R', 0, 0, s.rcb.FARCT(r)};
 }
-[[maybe_unused]] ShareCard card_of_transformer(const Run& run, int t) {
+ShareCard card_of_transformer(const Run& run, int t) {
     const Store& s = run.store;
     const int l = s.tap.NOTAP(t);
     return {s.bus.NOINT(s.branch.NFROM(l)), 'T', s.bus.NOINT(s.branch.NTO(l)), s.branch.NCIR(l), s.tap.FATRF(t)};
 }
 
 }  // namespace
+
+CardForm generator_share_cards(Run& run) {
+    return [printer = CardPrinter<ShareCard>(run, "INPFCT", DFCT, {&C::kind})](Run& r, int row) {
+        printer.show(r, card_of_generator(r, row));
+    };
+}
+
+CardForm tap_share_cards(Run& run) { return card_form<ShareCard>(run, "INPFCT", DFCT, card_of_transformer); }
 
 void INPFCT(Run& run) {
     ShareBlock block(run);

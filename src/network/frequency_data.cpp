@@ -1,5 +1,5 @@
 // DFRQ: islands that hold their frequency.
-#include "frame/card_block.hpp"
+#include "network/card_forms.hpp"
 #include "network/drop_row.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
@@ -64,6 +64,8 @@ void apply(Run& run, FrequencyEdit& e) {
 }
 
 }  // namespace
+
+CardForm frequency_cards(Run& run) { return card_form<FrequencyCard>(run, "INPILH", DFRQ, card_of); }
 
 void INPILH(Run& run) {
     const Block<FrequencyCard> block = {

@@ -1,5 +1,6 @@
 // DREL: which buses and branches the reports show, and DBRE: areas that they leave out.
 #include "frame/decimal.hpp"
+#include "network/card_forms.hpp"
 #include "network/element_selection.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
@@ -93,7 +94,7 @@ void INPREL(Run& run) {
 
 namespace {
 
-constexpr int AREAS_ON_A_CARD = 20, AREA_WIDTH = 3, AREA_PERIOD = 4;
+constexpr int AREA_WIDTH = 3, AREA_PERIOD = 4;
 
 /// Prints one area of the card as the card of a block is printed: its number and name, and its messages under it.
 void echo_area(Run& run, std::string_view number, int area) {
@@ -132,6 +133,12 @@ void take_areas(Run& run) {
 }
 
 }  // namespace
+
+void show_area_numbers(Run& run, std::span<const int> numbers) {
+    assert(numbers.size() <= AREAS_ON_A_CARD);
+    run.CARD = std::string_view("");
+    for (std::size_t i = 0; i < numbers.size(); ++i) put_integer(run.CARD.at + i * AREA_PERIOD, AREA_WIDTH, numbers[i]);
+}
 
 void INPBRE(Run& run) {
     run.store.area.ARESEL.fill(run.store.area.NAREA, true);

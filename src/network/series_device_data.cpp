@@ -2,6 +2,7 @@
 #include "network/aggregator_fields.hpp"
 #include "network/branch_data.hpp"
 #include "network/branch_ends.hpp"
+#include "network/card_forms.hpp"
 
 namespace korvane {
 
@@ -281,6 +282,16 @@ void DeviceBlock::finish() {
 }
 
 }  // namespace
+
+CardForm series_device_cards(Run& run) {
+    return
+        [printer = CardPrinter<DeviceCard>(run, "INPCSC", DCSC, {&C::circuit, &C::mode, &C::normal})](Run& r, int i) {
+            DeviceCard c = card_of(r, r.store.csc.LICSC(i));
+            // The reactance of a closed bypass is none that the device has.
+            if (r.store.csc.STBYP(i)) c.x = c.mode == 'X' ? c.target : c.xmax;
+            printer.show(r, c);
+        };
+}
 
 void INPCSC(Run& run) {
     DeviceBlock block(run);

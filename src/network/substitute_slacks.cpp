@@ -1,5 +1,5 @@
 // DSLP: generator buses that may become the slack of an island without one, by priority.
-#include "frame/card_block.hpp"
+#include "network/card_forms.hpp"
 #include "network/network.hpp"
 #include "network/placed_rows.hpp"
 
@@ -77,12 +77,14 @@ void order_list(Run& run) {
 }
 
 /// Row i of the list as a card.
-[[maybe_unused]] SlackCard card_of(const Run& run, int i) {
+SlackCard card_of(const Run& run, int i) {
     const Store& s = run.store;
     return {s.bus.NOINT(s.slp.NOSLP(i)), s.slp.IPRSLP(i)};
 }
 
 }  // namespace
+
+CardForm substitute_slack_cards(Run& run) { return card_form<SlackCard>(run, "INPSLP", DSLP, card_of); }
 
 void INPSLP(Run& run) {
     map_bus_rows(run.store);

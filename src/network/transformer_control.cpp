@@ -1,6 +1,6 @@
 // DTVF, DCTR: voltage bands of taps under control, and the control of phase shifters.
-#include "frame/card_block.hpp"
 #include "network/branch_ends.hpp"
+#include "network/card_forms.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
 
@@ -31,12 +31,12 @@ constexpr Field<ControlCard> DTVF[] = {
     {23, 26, &C::vmax, {.key = true, .zero_is_none = true}},
     {28, 28, &C::aim, {.letters = Letters::upper, .key = true, .zero_is_none = true}},
     {30, 30, &C::motion, {.letters = Letters::upper, .key = true, .zero_is_none = true}},
-    {32, 37, &C::phmin, {.unit = Scale::degrees, .key = true}},
-    {39, 44, &C::phmax, {.unit = Scale::degrees, .key = true}},
+    {32, 37, &C::phmin, {.unit = Scale::degrees, .key = true, .zero_is_none = true}},
+    {39, 44, &C::phmax, {.unit = Scale::degrees, .key = true, .zero_is_none = true}},
     {46, 46, &C::control, {.letters = Letters::upper, .key = true, .zero_is_none = true}},
-    {48, 53, &C::target, {.key = true}},
+    {48, 53, &C::target, {.key = true, .zero_is_none = true}},
     {55, 59, &C::measured, {.key = true, .zero_is_none = true}},
-    {61, 62, &C::steps, {.key = true}},
+    {61, 62, &C::steps, {.key = true, .zero_is_none = true}},
 };
 static_assert(well_formed(DTVF));
 
@@ -169,7 +169,7 @@ ControlCard no_control() {
 }
 
 /// The band of tap t, the control of phase shifter p as a card whose first bus is NFROM.
-[[maybe_unused]] ControlCard card_of_band(const Run& run, int t) {
+ControlCard card_of_band(const Run& run, int t) {
     const Store& s = run.store;
     const int l = s.tap.NOTAP(t);
     ControlCard c = no_control();
@@ -179,7 +179,7 @@ ControlCard no_control() {
     show_band(run, t, c);
     return c;
 }
-[[maybe_unused]] ControlCard card_of_phase(const Run& run, int p) {
+ControlCard card_of_phase(const Run& run, int p) {
     const Store& s = run.store;
     const int l = s.tap.NOTAP(s.phs.NOPHS(p));
     ControlCard c = no_control();
@@ -297,6 +297,13 @@ void ControlBlock::finish() {
 }
 
 }  // namespace
+
+CardForm tap_band_cards(Run& run) { return card_form<ControlCard>(run, "INPTVF", DTVF, card_of_band); }
+
+CardForm phase_control_cards(Run& run) {
+    const CardPrinter<ControlCard> printer(run, "INPTVF", DTVF, {&C::phmin, &C::phmax, &C::target, &C::steps});
+    return [=](Run& r, int p) { printer.show(r, card_of_phase(r, p)); };
+}
 
 void INPTVF(Run& run) {
     run.store.sol.CONVSTAT = 0;

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "network/branch_rows.hpp"
 #include "powerflow/sparse.hpp"
 
 namespace korvane {
@@ -25,23 +26,6 @@ struct EndShunts {
     double from, to;
 };
 EndShunts end_shunts(const Store& s, int l);
-
-/// Tap row of a branch, 0 for none.
-inline int tap_row(const Store& s, int l) {
-    switch (s.branch.LTYPE(l)) {
-        case 1:
-        case 3: return s.branch.LITRF(l);
-        case 2:
-        case 4:
-        case 6: return s.branch.LITRF(l) ? int(s.phs.NOPHS(s.branch.LITRF(l))) : 0;
-        default: return 0;
-    }
-}
-/// Its phase row, 0 for none.
-inline int phase_row(const Store& s, int l) {
-    const int type = s.branch.LTYPE(l);
-    return type == 2 || type == 4 || type == 6 ? s.branch.LITRF(l) : 0;
-}
 
 /// Sets t = 1/a of tap row n to t1, rescales its branch and keeps the diagonal in step. Only the from side depends on
 /// the tap.
