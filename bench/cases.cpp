@@ -57,6 +57,13 @@ void measure(benchmark::State& state, Records& r, bool saving) {
     for (auto _ : state)
         if (saving ? write_case(run, r, REQUEST).error : read_case(run, r, 1).error)
             return state.SkipWithError("failed");
+    Directory d;
+    {
+        const Reading scope(r);
+        if (!d.read(r)) return state.SkipWithError("no directory");
+    }
+    state.counters["buses"] = run.store.bus.NB;
+    state.counters["records"] = d.count(1);
     if (read_case(run, r, 1).error || run.store.bus.VOLT(13659) != voltage) state.SkipWithError("another network");
 }
 
