@@ -203,6 +203,21 @@ std::string wrong_address(Store& s) {
     return "";
 }
 
+/// What an entry says, the rows of groups as the numbers that they have.
+static std::uint64_t meaning(const Store& s, const FamilyView& f, const ColumnInfo& c, int i) {
+    const std::string_view name = c.name;
+    if (name != "IAGRBAR" && name != "IAGRCIR") return f.hash(c, i);
+    AggregatorRows groups;
+    assert(c.size == sizeof groups);
+    std::memcpy(&groups, f.entry(c, i), sizeof groups);
+    std::uint64_t h = 0;
+    for (int k : rows(MXAGR)) {
+        const int row = groups(k);
+        h = mix(h, std::uint64_t(row > 0 && row <= s.agr.count(k) ? s.agr.NIDGAG(k)(row) : row));
+    }
+    return h;
+}
+
 std::vector<std::vector<std::uint64_t>> contents(Store& s) {
     // What a row holds beside references. LITRF is an address, worked out from the tables of others.
     std::vector<std::vector<std::uint64_t>> own(FAMILIES), all(FAMILIES);
@@ -211,7 +226,8 @@ std::vector<std::vector<std::uint64_t>> contents(Store& s) {
         values.assign(std::size_t(f.all_rows()) + 1, std::uint64_t(f.info.family));
         for (const ColumnInfo& c : f.info.columns)
             if (!c.target && !c.target_of && std::string_view(c.name) != "LITRF")
-                for (int i : rows(f.all_rows())) values[std::size_t(i)] = mix(values[std::size_t(i)], f.hash(c, i));
+                for (int i : rows(f.all_rows()))
+                    values[std::size_t(i)] = mix(values[std::size_t(i)], meaning(s, f, c, i));
     }
     for (const FamilyView& f : families(s)) {
         auto& list = all[std::size_t(f.info.family)];
@@ -227,7 +243,31 @@ std::vector<std::vector<std::uint64_t>> contents(Store& s) {
         }
         std::sort(list.begin(), list.end());
     }
+    auto& groups = all.emplace_back();
+    for (int k : rows(MXAGR)) {
+        const auto text = [](const auto& t) { return std::uint64_t(std::hash<std::string_view>{}(t.view())); };
+        groups.push_back(mix(std::uint64_t(k), text(s.agr.DESCAG(k))));
+        for (int i : rows(s.agr.count(k)))
+            groups.push_back(mix(mix(std::uint64_t(k), std::uint64_t(s.agr.NIDGAG(k)(i))), text(s.agr.DESGAG(k)(i))));
+    }
+    std::sort(groups.begin(), groups.end());
     return all;
+}
+
+std::string differing_columns(Store& a, Store& b) {
+    std::string found;
+    const auto values = [](const Store& s, const FamilyView& f, const ColumnInfo& c) {
+        std::vector<std::uint64_t> all;
+        for (int i : rows(f.all_rows())) all.push_back(meaning(s, f, c, i));
+        std::sort(all.begin(), all.end());
+        return all;
+    };
+    for (const FamilyView& f : families(a))
+        for (const ColumnInfo& c : f.info.columns)
+            if (!c.target && !c.target_of && std::string_view(c.name) != "LITRF" &&
+                values(a, f, c) != values(b, family(b, f.info.family), c))
+                found += f.name() + ' ' + c.name + "; ";
+    return found;
 }
 
 void fill_at_random(Store& s, unsigned seed, double off) {

@@ -31,8 +31,11 @@ std::string stray_reference(Store& s);
 std::string wrong_address(Store& s);
 
 /// Every row of every family as a number that does not depend on row order: its own values, and those of the rows that
-/// it refers to. Sorted, one list a family. Two stores with the same lists hold the same network in some order.
+/// it refers to. Sorted, one list a family, and one of the aggregators. Two stores with the same lists hold the same network in some order.
 std::vector<std::vector<std::uint64_t>> contents(Store& s);
+
+/// Columns whose values, row order aside, are not the same in two stores: what to look at when contents() differ.
+std::string differing_columns(Store& a, Store& b);
 
 /// Rows in all families, with references that are right and values at random. Elements out of service at random with
 /// the given probability of each. Address lists are not made.

@@ -1,0 +1,762 @@
+#include "support/random_deck.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include <random>
+#include <set>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace korvane::testing {
+
+namespace {
+
+/// One card being filled, by columns counted from 1.
+class CardText {
+public:
+    CardText& put(int first, int last, std::string_view text, bool left = false) {
+        const auto width = std::size_t(last - first + 1), at = std::size_t(first - 1);
+        if (text.size() > width) throw std::logic_error("a field of a random card is too narrow");
+        line_.resize(std::max(line_.size(), at + width), ' ');
+        line_.replace(at, width, width, ' ');
+        line_.replace(at + (left ? 0 : width - text.size()), text.size(), text);
+        return *this;
+    }
+    CardText& put(int first, int last, int number) { return put(first, last, std::to_string(number)); }
+    std::string line() const { return line_ + '\n'; }
+
+private:
+    std::string line_;
+};
+
+/// Makes a deck, block by block; what a block needs to know of those before it stands in the members.
+class DeckMaker {
+public:
+    explicit DeckMaker(unsigned seed) : random_(seed) {}
+
+    std::string make(Settings settings) {
+        title();
+        if (settings == Settings::all) {
+            options();
+            constants();
+        }
+        aggregators();
+        draw_buses();
+        buses();
+        branches();
+        series_devices();
+        generators();
+        groups();
+        loads_and_shunts();
+        banks();
+        controls();
+        lists();
+        units();
+        return std::move(deck_);
+    }
+
+private:
+    // --- draws
+
+    int below(int n) { return int(random_() % unsigned(n)); }
+    int between(int a, int b) { return a + below(b - a + 1); }
+    bool chance(int percent) { return below(100) < percent; }
+    template <class T>
+    T pick(std::initializer_list<T> of) {
+        return *(of.begin() + below(int(of.size())));
+    }
+    template <class T>
+    T& pick(std::vector<T>& of) {
+        return of[std::size_t(below(int(of.size())))];
+    }
+
+    /// A number in so many columns, with as many decimals as chance and the columns have room for.
+    std::string number(int width, double low, double high) {
+        for (;;) {
+            const double v = low + (high - low) * double(random_()) / 4294967296.0;
+            char text[40];
+            std::snprintf(text, sizeof text, "%.*f", below(width), v);
+            std::string s(text);
+            if (const auto zero = s.find("0."); zero != s.npos && (zero == 0 || s[zero - 1] == '-')) s.erase(zero, 1);
+            if (s.find('.') == s.npos) s += '.';
+            if (const double shown = std::atof(s.c_str()); int(s.size()) <= width && low <= shown && shown <= high)
+                return s;
+        }
+    }
+    /// Fills a field with a number, or leaves it blank.
+    void field(CardText& c, int first, int last, double low, double high, int given = 80) {
+        if (chance(given)) c.put(first, last, number(last - first + 1, low, high));
+    }
+    void whole(CardText& c, int first, int last, int low, int high, int given = 80) {
+        if (chance(given)) c.put(first, last, between(low, high));
+    }
+    void letter(CardText& c, int column, std::initializer_list<const char*> of) { c.put(column, column, pick(of)); }
+
+    std::string name(int longest) {
+        static constexpr const char* SYLLABLES[] = {"SÃO ",   "ITA", "Açu", "pe",   "\"N\" ",
+                                                    "-500kV", "RIO", "é",   "X,Y;", " 1"};
+        std::string latin1;
+        for (int n = below(5); n > 0; --n)
+            for (const char* p = SYLLABLES[below(int(std::size(SYLLABLES)))]; *p; ++p) {
+                const auto u = static_cast<unsigned char>(*p);
+                latin1 += u == 0xC3 ? char(static_cast<unsigned char>(*++p) + 0x40) : *p;
+            }
+        latin1.resize(std::min(latin1.size(), std::size_t(longest)));
+        return latin1;
+    }
+
+    void block(std::string_view code) { deck_.append(code).append("\n"); }
+    void add(const CardText& c) { deck_ += c.line(); }
+    void end() { deck_ += "99999\n"; }
+
+    // --- settings
+
+    void title() { deck_ += "TITU\n" + name(40) + "\n"; }
+
+    void options() {
+        block("DOPC");
+        CardText c;
+        int at = 1;
+        for (const char* option : {"IMPR", "80CO", "NEWT", "RMON", "QLIM", "CREM", "MFCT", "ORDE"}) {
+            if (!chance(50)) continue;
+            c.put(at, at + 3, option).put(at + 5, at + 5, pick({"L", "D", " "}));
+            at += 7;
+        }
+        if (at > 1) add(c);
+        end();
+    }
+
+    void constants() {
+        block("DCTE");
+        const struct {
+            const char* name;
+            double low, high;
+        } of[] = {{"BASE", 50, 999},  {"TEPA", .01, 1},   {"TEPR", .01, 1}, {"VDVN", 1, 50},   {"VDVM", 150, 400},
+                  {"VFLD", 50, 90},   {"ZMAX", 100, 900}, {"ASDC", .5, 5},  {"TSDC", .01, .1}, {"ACIT", 5, 99},
+                  {"TSBZ", .001, .1}, {"VMVF", 5, 50},    {"NDIR", 2, 99},  {"TLMF", 0, 9},    {"FGHT", .01, 2}};
+        for (const auto& constant : of) {
+            if (!chance(40)) continue;
+            CardText c;
+            add(c.put(1, 4, constant.name).put(6, 11, number(6, constant.low, constant.high)));
+        }
+        end();
+    }
+
+    // --- aggregators
+
+    void aggregators() {
+        block("DAGR");
+        for (int k = 1; k <= 10; ++k) {
+            if (!chance(40)) continue;
+            add(CardText().put(1, 3, k).put(5, 40, name(36), true));
+            std::set<int>& ids = groups_[std::size_t(k - 1)];
+            for (int n = below(5); n > 0; --n) {
+                const int id = between(1, 999);
+                if (ids.insert(id).second) add(CardText().put(1, 3, id).put(7, 42, name(36), true));
+            }
+            block("FAGR");
+        }
+        end();
+    }
+
+    void groups_of(CardText& c, int first) {
+        for (const std::set<int>& ids : groups_) {
+            if (!ids.empty() && chance(50)) c.put(first, first + 2, *std::next(ids.begin(), below(int(ids.size()))));
+            first += 3;
+        }
+    }
+
+    // --- buses
+
+    struct Bus {
+        int number, type = 0, area = 1, control = 0;
+        bool loaded = false, active_load = false;  // PLOAD or QLOAD, PLOAD
+        bool banked = false;                       // groups of banks under automatic control
+        bool controlled = false;                   // by a remote generator
+        bool compensated = false, switched = false;
+        std::string limit, volt;
+    };
+
+    void draw_buses() {
+        std::set<int> numbers;
+        for (int n = between(20, 60); int(numbers.size()) < n;)
+            numbers.insert(chance(50) ? between(1, 200) : between(1, 99998));
+        for (int n : numbers) buses_.push_back({.number = n, .limit = {}, .volt = {}});
+        std::shuffle(buses_.begin(), buses_.end(), random_);
+        for (Bus& b : buses_) {
+            b.type = pick({0, 0, 0, 1, 1, 2, 3});
+            b.area = pick({1, 5, 77, 300});
+            b.limit = pick({" 0", "A", "B1", "zz"});
+        }
+        for (Bus& b : buses_) {
+            if ((b.type != 1 && b.type != 2) || !chance(40)) continue;
+            Bus& other = pick(buses_);
+            if (other.type != 0) continue;
+            other.controlled = true;
+            b.control = other.number;
+        }
+    }
+
+    void buses() {
+        block("DBAR");
+        for (Bus& b : buses_) {
+            CardText c;
+            c.put(1, 5, b.number).put(11, 22, name(12), true).put(23, 24, b.limit).put(74, 76, b.area);
+            letter(c, 7, {"L", "L", "L", "D", " "});
+            if (b.type != 0 || chance(50)) c.put(8, 8, b.type);
+            c.put(9, 10, pick({" 0", "a", "C1", "ZZ", "9"}));
+            // On type 3 the voltage lies within its limits, whatever they will be.
+            if (chance(80)) b.volt = pick({"1045", " .98", "1.02", "0.99", "1013", "  1.", " 993"});
+            c.put(25, 28, b.volt);
+            field(c, 29, 32, -179, 179);
+            if (b.type != 0 || chance(20)) {
+                const bool limits = b.type != 0 && chance(70);
+                field(c, 33, 37, -90, 900);
+                field(c, 38, 42, -50, 99);
+                if (limits) field(c, 43, 47, -999, -50);
+                if (limits) field(c, 48, 52, 99, 9999);
+                if (b.type == 1 && chance(10)) c.put(43, 47, "0.").put(48, 52, "0.");
+            }
+            if (b.control) c.put(53, 58, chance(20) ? -b.control : b.control);
+            if (chance(60)) {
+                b.loaded = b.active_load = true;
+                c.put(59, 63, number(5, 1, 500));
+                field(c, 64, 68, -90, 200);
+            } else if (chance(30)) {
+                b.loaded = true;
+                c.put(64, 68, number(5, 1, 99));
+            }
+            field(c, 69, 73, -300, 300, 40);
+            if (chance(50)) c.put(77, 80, pick({"1.05", " 950", "1000", ".987"}));
+            whole(c, 81, 81, 0, 2, 30);
+            groups_of(c, 82);
+            add(c);
+        }
+        end();
+    }
+
+    // --- branches
+
+    struct Branch {
+        int from, to, circuit;
+        bool line, regulated, phase, shifter = false;  // under control; with a phase; that is under control
+    };
+
+    Branch draw_branch() {
+        for (;;) {
+            Branch b{pick(buses_).number, pick(buses_).number, between(1, 3), chance(50), false, false};
+            const auto same = [&](const Branch& o) {
+                return o.circuit == b.circuit && std::minmax(o.from, o.to) == std::minmax(b.from, b.to);
+            };
+            if (b.from != b.to && std::none_of(branches_.begin(), branches_.end(), same) &&
+                std::none_of(devices_.begin(), devices_.end(), same))
+                return b;
+        }
+    }
+
+    void transformer(CardText& c, Branch& b) {
+        const int form = below(3);  // fixed, with limits that are the same, under control
+        c.put(39, 43, number(5, .9, 1.1));
+        if (form == 1) {
+            const std::string limit = number(5, .9, 1.1);
+            c.put(39, 43, limit).put(44, 48, limit).put(49, 53, limit);
+        } else if (form == 2) {
+            c.put(44, 48, number(5, .7, .9)).put(49, 53, number(5, 1.1, 1.3));
+            b.regulated = true;
+            whole(c, 73, 74, 1, 99, 60);
+        }
+        if (form > 0 && chance(60)) {
+            Bus& controlled = pick(buses_);
+            if (controlled.type == 0 && !controlled.controlled && controlled.control == 0)
+                c.put(59, 64, chance(50) ? controlled.number : -controlled.number);
+            else
+                b.regulated = form == 2;
+        }
+        b.phase = chance(30);
+        if (b.phase) c.put(54, 58, number(5, 1, 60));
+    }
+
+    /// A tap that no card gives a bus controls the from bus, which no generator may control too.
+    bool may_control(const Branch& b) const {
+        const auto taken = [&](const Bus& k) { return k.number == b.from && (k.controlled || k.control != 0); };
+        return std::none_of(buses_.begin(), buses_.end(), taken);
+    }
+
+    void branches() {
+        block("DLIN");
+        for (int n = int(buses_.size()) * 2; n > 0; --n) {
+            Branch b = draw_branch();
+            CardText c;
+            c.put(1, 5, b.from).put(11, 15, b.to).put(16, 17, b.circuit);
+            field(c, 21, 26, 0, 20, 70);
+            c.put(27, 32, number(6, .5, 90));
+            letter(c, 19, {"F", "T", " "});
+            if (!b.line && may_control(b)) {
+                letter(c, 18, {"L", "D", " "});
+                transformer(c, b);
+            } else {
+                b.line = true;
+                field(c, 33, 38, 0, 500);
+                const char* state = pick({"L", "D", " "});
+                c.put(18, 18, state);
+                if (*state == 'D') {
+                    letter(c, 6, {"L", "D", " "});
+                    letter(c, 10, {"L", "D", " "});
+                }
+            }
+            field(c, 65, 68, 1, 9999);
+            field(c, 69, 72, 1, 9999, 50);
+            field(c, 75, 78, 1, 9999, 50);
+            groups_of(c, 79);
+            add(c);
+            branches_.push_back(b);
+        }
+        end();
+    }
+
+    void series_devices() {
+        block("DCSC");
+        const auto volt = [&](int number) {
+            return std::find_if(buses_.begin(), buses_.end(), [&](const Bus& b) { return b.number == number; })->volt;
+        };
+        for (int n = below(4); n > 0; --n) {
+            Branch b = draw_branch();
+            b.line = false;
+            CardText c;
+            c.put(1, 5, b.from).put(10, 14, b.to).put(15, 16, b.circuit);
+            letter(c, 17, {"L", "D", " "});
+            letter(c, 18, {"F", "T", " "});
+            // A closed bypass brings its ends to one voltage, which a load bus forgets that it had another.
+            if (volt(b.from) == volt(b.to) && chance(60)) {
+                c.put(19, 19, "L").put(17, 17, "L");
+            }
+            c.put(26, 31, number(6, -90, -50)).put(32, 37, number(6, -20, -10)).put(38, 43, number(6, -50, -20));
+            const std::string mode = pick({"P", "I", "X"});
+            c.put(44, 44, mode);
+            if (mode != "X") c.put(46, 51, number(6, 10, 500));
+            if (chance(50)) c.put(53, 57, chance(50) ? b.from : b.to);
+            whole(c, 58, 60, 1, 99, 50);
+            field(c, 61, 64, 1, 9999);
+            groups_of(c, 73);
+            add(c);
+            devices_.push_back(b);
+        }
+        end();
+    }
+
+    // --- what adds to them
+
+    bool generates(const Bus& b) const { return b.type != 0; }
+
+    void generators() {
+        block("DGER");
+        for (const Bus& b : buses_) {
+            if (!generates(b) || !chance(80)) continue;
+            CardText c;
+            c.put(1, 5, b.number);
+            field(c, 9, 14, -999, -100);
+            c.put(16, 21, number(6, 901, 9999));
+            field(c, 23, 27, 0, 100);
+            field(c, 29, 33, 1, 100);
+            if (chance(50)) {
+                c.put(35, 39, number(5, -1, 1)).put(41, 44, number(4, 1, 50)).put(46, 49, number(4, 1, 50));
+                c.put(51, 54, chance(20) ? "0." : number(4, 1, 85)).put(56, 60, number(5, 0, 200));
+                c.put(62, 66, number(5, 0, 999));
+            }
+            field(c, 68, 72, 1, 20);
+            add(c);
+        }
+        end();
+    }
+
+    std::vector<std::string> named_limits() const {
+        std::set<std::string> named;
+        for (const Bus& b : buses_) named.insert(b.limit);
+        return {named.begin(), named.end()};
+    }
+
+    void groups() {
+        block("DGLT");
+        for (const std::string& group : named_limits()) {
+            if (!chance(70)) continue;
+            CardText c;
+            // Three decimals: automatic shunts that take them have no room for more.
+            c.put(1, 2, group).put(4, 8, number(4, .81, .97)).put(10, 14, number(4, 1.05, 1.19));
+            if (chance(60)) c.put(16, 20, number(5, .6, .9)).put(22, 26, number(5, 1.05, 1.3));
+            add(c);
+        }
+        end();
+        block("DGBT");
+        add(CardText().put(1, 2, group_of_some_bus()).put(4, 8, pick({"765.", "500.", "525.", "138.", "13.8"})));
+        end();
+        block("DARE");
+        std::set<int> areas;
+        for (const Bus& b : buses_) areas.insert(b.area);
+        for (int area : areas) {
+            CardText c;
+            c.put(1, 3, area);
+            field(c, 8, 13, -99, 99);
+            c.put(19, 54, name(36), true);
+            if (chance(50)) c.put(56, 61, number(6, -500, -100)).put(63, 68, number(6, 100, 500));
+            add(c);
+        }
+        end();
+    }
+
+    /// The base-voltage group of the first bus card.
+    std::string group_of_some_bus() const {
+        const std::size_t card = deck_.find('\n', deck_.find("\nDBAR\n") + 1) + 1;
+        return deck_.substr(card + 8, 2);
+    }
+
+    void model(CardText& c, int first, int last, int from, int to) {
+        const int a = between(0, 100), b = between(0, 100 - a);
+        if (chance(80)) c.put(first, last, a);
+        if (chance(80)) c.put(from, to, b);
+    }
+
+    void loads_and_shunts() {
+        block("DCAR");
+        for (const Bus& b : buses_) {
+            if (!b.loaded || !chance(70)) continue;
+            CardText c;
+            c.put(1, 4, "BARR").put(6, 10, b.number);
+            if (chance(50)) {
+                c.put(53, 55, "30").put(63, 63, "5");  // many buses with one model share cards
+            } else {
+                model(c, 53, 55, 57, 59);
+                model(c, 61, 63, 65, 67);
+                field(c, 69, 73, 1, 90);
+            }
+            add(c);
+            models_.insert(b.number);
+        }
+        end();
+        block("DSHL");
+        for (const Branch& b : branches_) {
+            if (!b.line || !chance(30)) continue;
+            CardText c;
+            const bool turned = chance(30);
+            c.put(1, 5, turned ? b.to : b.from).put(10, 14, turned ? b.from : b.to).put(15, 16, b.circuit);
+            const int ends = between(1, 3);
+            if (ends & 1) c.put(18, 23, number(6, -300, -1));
+            if (ends & 2) c.put(24, 29, number(6, -300, 99));
+            letter(c, 32, {"L", "D", " "});
+            letter(c, 35, {"L", "D", " "});
+            add(c);
+        }
+        end();
+        block("DINJ");
+        for (const Bus& b : buses_) {
+            if (!chance(20)) continue;
+            CardText c;
+            c.put(1, 5, b.number);
+            field(c, 9, 15, -500, 500);
+            field(c, 16, 22, -500, 500);
+            field(c, 23, 29, -99, 99);
+            field(c, 30, 36, 0, 100);
+            add(c);
+        }
+        end();
+    }
+
+    // --- shunt banks
+
+    /// What a group tells of its control, and its rows: a few when it is an automatic one.
+    void bank(CardText& c, Bus& b) {
+        const char* control = b.banked ? "F" : pick({"F", "F", "D", "C", " "});
+        const bool automatic = *control == 'D' || *control == 'C';
+        c.put(18, 18, control);
+        if (chance(60)) c.put(20, 23, pick({".950", " 970"})).put(25, 28, pick({"1.05", "1080"}));
+        field(c, 36, 41, -99, 99, 30);
+        letter(c, 43, {"C", "L", " "});
+        letter(c, 45, {" ", " ", "S"});
+        const Bus& other = pick(buses_);
+        if (chance(50) && !other.banked) c.put(30, 34, other.number);
+        b.banked |= automatic;
+        add(c);
+        std::set<int> numbers;
+        for (int n = between(1, automatic ? 6 : 9); n > 0; --n) numbers.insert(between(1, 99));
+        for (int n : numbers) {
+            CardText row;
+            row.put(1, 2, n).put(17, 22, chance(70) ? number(6, 1, 300) : number(6, -300, -1));
+            letter(row, 7, {"L", "D", " "});
+            const int units = between(1, 9);
+            if (chance(70)) row.put(9, 11, units);
+            if (chance(50)) row.put(13, 15, between(0, 1));
+            add(row);
+        }
+        block("FBAN");
+    }
+
+    void banks() {
+        block("DBSH");
+        for (Bus& b : buses_) {
+            if (!chance(25)) continue;
+            CardText c;
+            bank(c.put(1, 5, b.number), b);
+        }
+        for (const Branch& l : branches_) {
+            if (!chance(10)) continue;
+            CardText c;
+            const int holder = chance(50) ? l.from : l.to;
+            c.put(1, 5, l.to).put(9, 13, l.from).put(15, 16, l.circuit).put(47, 51, holder);
+            bank(c, *std::find_if(buses_.begin(), buses_.end(), [&](const Bus& b) { return b.number == holder; }));
+        }
+        end();
+    }
+
+    // --- controls and lists
+
+    CardText& ends(CardText& c, const Branch& b, int second, int circuit) {
+        return c.put(1, 5, b.from).put(second, second + 4, b.to).put(circuit, circuit + 1, b.circuit);
+    }
+
+    void controls() {
+        block("DCER");
+        for (Bus& b : buses_) {
+            if (b.type != 0 || b.controlled || b.banked || !chance(20)) continue;
+            for (int group = between(1, 2); group > 0; --group) {
+                CardText c;
+                c.put(1, 5, b.number).put(9, 10, group);
+                whole(c, 12, 13, 1, 9);
+                c.put(21, 26, number(6, .1, 5)).put(34, 38, number(5, -300, -20)).put(40, 44, number(5, 20, 300));
+                field(c, 28, 32, -20, 20);
+                letter(c, 46, {"P", "I", " "});
+                letter(c, 48, {"L", "D", " "});
+                add(c);
+            }
+            b.compensated = true;
+        }
+        end();
+        block("DSCA");
+        for (Bus& b : buses_) {
+            if (b.banked || !chance(20)) continue;
+            CardText c;
+            c.put(1, 5, b.number);
+            letter(c, 8, {"S", " "});
+            letter(c, 9, {"F", "D", "C", " "});
+            if (chance(60)) c.put(11, 14, pick({".950", " 970"})).put(15, 18, pick({"1.05", "1080"}));
+            if (chance(50)) c.put(20, 24, pick(buses_).number);
+            field(c, 25, 29, -99, 99);
+            for (int stage = 0, n = between(1, 6); stage < n; ++stage)
+                c.put(31 + 8 * stage, 31 + 8 * stage, between(1, 9))
+                    .put(33 + 8 * stage, 37 + 8 * stage, number(5, 1, 99));
+            letter(c, 79, {"C", "L", " "});
+            add(c);
+            b.switched = true;
+        }
+        end();
+        block("DTVF");
+        for (Branch& b : branches_) {
+            if (b.regulated && chance(40)) {
+                CardText c;
+                ends(c, b, 9, 15).put(18, 21, pick({"0.95", " 970"})).put(23, 26, pick({"1.05", "1080"}));
+                letter(c, 28, {"C", "L", " "});
+                letter(c, 30, {"C", "D", " "});
+                add(c);
+            }
+            if (!b.phase || !chance(40)) continue;
+            CardText c;
+            ends(c, b, 9, 15).put(32, 37, number(6, -90, 0)).put(39, 44, number(6, 61, 90));
+            letter(c, 46, {"P", "I", "F", " "});
+            field(c, 48, 53, -500, 500);
+            if (chance(50)) c.put(55, 59, chance(50) ? b.from : b.to);
+            whole(c, 61, 62, 0, 99);
+            add(c);
+            b.shifter = true;
+        }
+        end();
+        block("DFCT");
+        for (const Bus& b : buses_)
+            if (b.control > 0 && b.control != b.number && chance(50))
+                add(CardText().put(1, 5, b.number).put(7, 7, "R").put(18, 22, number(5, 1, 9)));
+        for (const Branch& b : branches_) {
+            CardText c;
+            if (!b.line && !b.shifter && chance(30))
+                add(ends(c, b, 9, 15).put(7, 7, "T").put(18, 22, number(5, .1, 9)));
+        }
+        end();
+        block("DLEN");
+        for (const Branch& b : branches_) {
+            if (!chance(20)) continue;
+            CardText c;
+            ends(c, b, 7, 13).put(16, 19, pick({".95", " 930"})).put(31, 34, pick({"1.05", "1125"}));
+            add(c);
+        }
+        end();
+    }
+
+    /// A selection of buses that there are, from a column on.
+    CardText selection(int first = 1) {
+        CardText c;
+        const auto at = [&](int column) { return first - 1 + column; };
+        const auto element = [&](int keyword, int value) {
+            const bool area = chance(40);
+            c.put(at(keyword), at(keyword + 3), area ? "AREA" : "BARR");
+            const Bus& b = pick(buses_);
+            c.put(at(value), at(value + 4), area ? b.area : b.number);
+        };
+        element(1, 6);
+        if (!chance(50)) return c;
+        c.put(at(12), at(12), "E");
+        element(14, 19);
+        return c;
+    }
+
+    void selections(const char* code, int most) {
+        block(code);
+        for (int n = below(most + 1); n > 0; --n) add(selection());
+        end();
+    }
+
+    template <class Fits>
+    void branch_list(const char* code, Fits&& fits) {
+        block(code);
+        std::vector<Branch> listed;
+        for (const Branch& b : branches_)
+            if (fits(b) && chance(50)) listed.push_back(b);
+        for (std::size_t i = 0; i < listed.size(); i += 5) {
+            CardText c;
+            for (std::size_t j = i; j < std::min(i + 5, listed.size()); ++j) {
+                const int at = int(j - i) * 15;
+                const Branch& b = listed[j];
+                c.put(at + 1, at + 5, b.to).put(at + 7, at + 11, b.from).put(at + 13, at + 14, b.circuit);
+            }
+            add(c);
+        }
+        end();
+    }
+
+    void lists() {
+        block("DSLP");
+        for (const Bus& b : buses_)
+            if ((b.type == 1 || b.type == 3) && chance(50))
+                add(CardText().put(1, 5, b.number).put(9, 13, between(1, 4)));
+        end();
+        branch_list("DTPF", [](const Branch& b) { return b.regulated && !b.shifter; });
+        for (const char* code : {"DFCR", "DFQL", "DMTE", "DMGR"}) selections(code, 4);
+        branch_list("DMFL", [](const Branch&) { return true; });
+        block("DREL");
+        for (int n = below(4); n > 0; --n) add(selection(6).put(1, 4, pick({"SUPR", "SUPR", "IMPR"})));
+        end();
+        block("DBRE");
+        for (const char* areas : {"  1   5", " 77"})
+            if (chance(30) && has_areas(areas)) deck_.append(areas).append("\n");
+        end();
+        block("DFRQ");
+        for (int island = below(4); island > 0; --island) {
+            CardText c;
+            c.put(1, 3, island).put(7, 11, pick(buses_).number).put(31, 76, name(46), true);
+            if (chance(60)) c.put(13, 17, "50.").put(19, 23, number(5, 40, 49)).put(25, 29, number(5, 51, 60));
+            add(c);
+        }
+        end();
+        block("DCMT");
+        for (int n = below(5); n > 0; --n) deck_ += "Linha " + name(60) + "\n";
+        end();
+    }
+
+    bool has_areas(std::string_view card) const {
+        for (std::size_t at = 0; at < card.size(); at += 4) {
+            const int area = std::stoi(std::string(card.substr(at, 3)));
+            if (std::none_of(buses_.begin(), buses_.end(), [&](const Bus& b) { return b.area == area; })) return false;
+        }
+        return true;
+    }
+
+    // --- what stands behind a bus
+
+    void units() {
+        block("DCAI");
+        for (const Bus& b : buses_)
+            for (int number_on_bus = below(4); number_on_bus > 0; --number_on_bus) individual_load(b, number_on_bus);
+        end();
+        block("DGEI");
+        for (const Bus& b : buses_)
+            for (int number_on_bus = generates(b) ? below(3) : 0; number_on_bus > 0; --number_on_bus)
+                individual_generator(b, number_on_bus);
+        end();
+        block("DMOT");
+        for (const Bus& b : buses_)
+            if (chance(30)) motor(b);
+        end();
+    }
+
+    void individual_load(const Bus& b, int number_on_bus) {
+        CardText c;
+        c.put(1, 5, b.number).put(10, 11, number_on_bus);
+        letter(c, 13, {"L", "D", " "});
+        const int n = between(1, 99);
+        if (chance(80)) c.put(15, 17, n).put(19, 21, between(1, n));
+        field(c, 23, 27, 0, 99);
+        field(c, 29, 33, -50, 99);
+        model(c, 35, 37, 39, 41);
+        model(c, 43, 45, 47, 49);
+        field(c, 51, 55, 1, 90);
+        if (chance(50)) c.put(57, 60, pick({"1.05", " 950", "1000"}));
+        add(c);
+    }
+
+    void individual_generator(const Bus& b, int number_on_bus) {
+        CardText c;
+        c.put(1, 5, b.number).put(10, 11, number_on_bus);
+        letter(c, 8, {"S", " ", "N"});
+        letter(c, 13, {"L", "D", " "});
+        const int n = between(1, 9);
+        if (chance(80)) c.put(14, 16, n).put(17, 19, between(1, n)).put(20, 22, 1);
+        c.put(23, 27, number(5, 10, 50));
+        field(c, 28, 32, -20, 20);
+        field(c, 33, 37, -900, -20);
+        field(c, 38, 42, 20, 900);
+        // At a bus with one branch this gives a transformer its reactance, in more digits than a card has.
+        const auto at_bus = [&](const Branch& l) { return l.from == b.number || l.to == b.number; };
+        if (std::count_if(branches_.begin(), branches_.end(), at_bus) != 1) field(c, 43, 48, 1, 50);
+        if (chance(40)) {
+            c.put(50, 54, number(5, 50, 150)).put(55, 59, number(5, 40, 100)).put(60, 64, number(5, 5, 20));
+            c.put(66, 69, number(4, .5, 1));
+        }
+        c.put(70, 74, number(5, 80, 900));
+        field(c, 75, 80, 60, 900);
+        field(c, 81, 86, 0, 9);
+        field(c, 87, 91, 0, 20);
+        add(c);
+    }
+
+    void motor(const Bus& b) {
+        CardText c;
+        c.put(1, 5, b.number).put(10, 11, between(1, 99));
+        letter(c, 8, {"L", "D", " "});
+        whole(c, 13, 15, 1, 200);
+        if (b.active_load && models_.count(b.number) == 0 && chance(50)) {
+            c.put(57, 59, between(1, 7)).put(61, 63, between(1, 100));
+            whole(c, 65, 67, 1, 300);
+        } else {
+            letter(c, 12, {"-", " ", " "});
+            whole(c, 17, 19, 1, 20);
+            field(c, 21, 25, .5, 5);
+            c.put(27, 31, number(5, 5, 20)).put(33, 37, number(5, 200, 400)).put(39, 43, number(5, 1, 5));
+            c.put(45, 49, number(5, 5, 20)).put(51, 55, number(5, 100, 9000));
+        }
+        add(c);
+    }
+
+    std::mt19937 random_;
+    std::string deck_;
+    std::vector<Bus> buses_;
+    std::vector<Branch> branches_, devices_;
+    std::array<std::set<int>, 10> groups_;  // identifiers, by aggregator
+    std::set<int> models_;                  // buses with a load model
+};
+
+}  // namespace
+
+std::string random_deck(unsigned seed, Settings settings) { return DeckMaker(seed).make(settings); }
+
+}  // namespace korvane::testing
