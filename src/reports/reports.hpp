@@ -85,4 +85,24 @@ void SELBML(Run& run);  ///< The same for the buses named on selection lines.
 void OUTOPT(Run& run);  ///< ROPC: the options that are on by default.
 void OUTCTE(Run& run);  ///< RCTE, and DCTE with IMPR: the constants, in the units of their cards.
 
+// --- data alone
+
+void OUTARE(Run& run);  ///< RARE: interchange of the areas and its bounds.
+void OUTGLT(Run& run);  ///< RGLT: voltage-limit groups.
+void OUTGBT(Run& run);  ///< RGBT: base-voltage groups by rising voltage.
+void OUTAGR(Run& run);  ///< RAGR: aggregators and their groups.
+void OUTMAC(Run& run);  ///< RMAC: macros.
+void OUTCMT(Run& run);  ///< RCMT: the comment of the case.
+void OUTDBA(Run& run);  ///< DADB: buses as their cards have them.
+void SELDBA(Run& run);  ///< The same for the buses named on selection lines.
+void OUTDLI(Run& run);  ///< DADL: branches as their cards have them, each once.
+void SELDLI(Run& run);  ///< The branches of the buses named on selection lines.
+void OUTDSC(Run& run);  ///< DADC: controllable series devices as their cards have them.
+void OUTFCR(Run& run);  ///< RFCR: generators left out of remote control.
+void OUTFQL(Run& run);  ///< RFQL: generators left out of the switching of limits.
+void OUTSLP(Run& run);  ///< RSLP: substitute slack buses, by priority.
+void OUTTPF(Run& run);  ///< RTPF: taps held fixed.
+void OUTTVF(Run& run);  ///< RTVF, RCTR: bands of taps, control of phase shifters.
+void OUTLEN(Run& run);  ///< RLEN: voltage limits at the ends of branches.
+
 }  // namespace korvane
