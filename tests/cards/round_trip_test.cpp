@@ -62,6 +62,16 @@ TEST_P(RandomDeck, ReadsBackToTheSameStore) { expect_round_trip(random_deck(GetP
 
 TEST_P(RandomDeck, AsFreeLists) { expect_round_trip(random_deck(GetParam()), "FLIV"); }
 
+// What is left is what a deck of the survivors gives: whatever named a removed row has let go of it.
+TEST_P(RandomDeck, AfterDeletions) {
+    Written first(random_deck(GetParam(), Settings::none) + random_deletions(GetParam()), "", "");
+    Written second(first.deck, "", "");
+    EXPECT_EQ(second.deck, first.deck);
+    EXPECT_EQ(difference(first, second), "");
+    EXPECT_EQ(stray_reference(first.store()), "");
+    EXPECT_EQ(wrong_address(first.store()), "");
+}
+
 // Constants are none of a part of the network, so they are not in such a deck.
 TEST_P(RandomDeck, OfAllAreas) { expect_round_trip(random_deck(GetParam(), Settings::none), "AREA", "  1  5 77300\n"); }
 

@@ -61,6 +61,29 @@ public:
         return std::move(deck_);
     }
 
+    std::string make_deletions() {
+        make(Settings::none);
+        deck_.clear();
+        std::set<int> gone;
+        block("DBAR");
+        for (const Bus& b : buses_) {
+            CardText c;
+            c.put(1, 5, b.number);
+            if (chance(30)) {
+                gone.insert(b.number);
+                add(c.put(6, 6, 1));
+            } else if (chance(20)) {
+                add(c.put(6, 6, 2).put(29, 32, number(4, -99, 99)).put(69, 73, number(5, 0, 99)));
+            }
+        }
+        for (int n : gone)
+            if (chance(40)) add(CardText().put(1, 5, n).put(7, 7, "L").put(74, 76, 5));
+        end();
+        remove_branches("DLIN", branches_, gone, 8, 11, 16);
+        remove_branches("DCSC", devices_, gone, 7, 10, 15);
+        return std::move(deck_);
+    }
+
 private:
     // --- draws
 
@@ -347,6 +370,19 @@ private:
             add(c);
             devices_.push_back(b);
         }
+        end();
+    }
+
+    void remove_branches(std::string_view code, const std::vector<Branch>& of, const std::set<int>& gone, int operation,
+                         int to, int circuit) {
+        block(code);
+        for (const Branch& b : of)
+            if (!gone.count(b.from) && !gone.count(b.to) && chance(25))
+                add(CardText()
+                        .put(1, 5, b.from)
+                        .put(operation, operation, "E")
+                        .put(to, to + 4, b.to)
+                        .put(circuit, circuit + 1, b.circuit));
         end();
     }
 
@@ -758,5 +794,6 @@ private:
 }  // namespace
 
 std::string random_deck(unsigned seed, Settings settings) { return DeckMaker(seed).make(settings); }
+std::string random_deletions(unsigned seed) { return DeckMaker(seed).make_deletions(); }
 
 }  // namespace korvane::testing

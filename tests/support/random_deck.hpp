@@ -11,4 +11,8 @@ enum class Settings { all, none };
 /// the same deck. Every number on its cards fits their columns, and no card is refused.
 std::string random_deck(unsigned seed, Settings settings = Settings::all);
 
+/// Blocks behind random_deck of the same seed that remove many of its buses and branches, change some, and add buses
+/// anew under numbers that have become free.
+std::string random_deletions(unsigned seed);
+
 }  // namespace korvane::testing
