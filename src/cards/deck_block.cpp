@@ -1,6 +1,8 @@
 // The deck being written: code lines, rulers, cards and end cards, and their echo on the report.
 #include "cards/deck_block.hpp"
 
+#include <utility>
+
 namespace korvane {
 
 namespace {
@@ -48,16 +50,27 @@ void put_deck_line(Run& run, std::string_view line) {
 
 DeckBlock::DeckBlock(Run& run, std::string_view routine, int code_row, int ruler_row) : run_(run) {
     LDFORM(run, routine);
+    code_ = text_of(run, code_row);
+    if (ruler_row) ruler_ = text_of(run, ruler_row);
+}
+
+void DeckBlock::open() {
+    if (std::exchange(open_, true)) return;
     // The code line does not stand alone at the foot of a page.
-    if (reported(run)) make_room(run, 2 + int(ruler_row != 0));
-    line(text_of(run, code_row));
-    if (ruler_row) line(text_of(run, ruler_row));
+    if (reported(run_)) make_room(run_, 2 + int(!ruler_.empty()));
+    put_deck_line(run_, code_);
+    if (!ruler_.empty()) put_deck_line(run_, ruler_);
 }
 
 void DeckBlock::card() { line(run_.CARD.view()); }
 
-void DeckBlock::line(std::string_view text) { put_deck_line(run_, text); }
+void DeckBlock::line(std::string_view text) {
+    open();
+    put_deck_line(run_, text);
+}
 
-void DeckBlock::end() { line(text_of(run_, END_CARD)); }
+void DeckBlock::end() {
+    if (open_) put_deck_line(run_, text_of(run_, END_CARD));
+}
 
 }  // namespace korvane

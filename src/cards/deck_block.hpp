@@ -1,5 +1,6 @@
 // The deck being written: what all its blocks share. Included within the folder only.
 #pragma once
+#include <string>
 #include <string_view>
 
 #include "frame/run.hpp"
@@ -14,8 +15,11 @@ void put_deck_line(Run& run, std::string_view line);
 class DeckBlock {
 public:
     /// Loads the rows of the routine. The block may have another form, with rows of its own; ruler 0: none.
+    /// Without a card nothing of the block is written.
     explicit DeckBlock(Run& run, std::string_view routine, int code_row = 1, int ruler_row = 2);
 
+    /// Writes the code line now, of a block that says something without cards too.
+    void open();
     /// The card as it stands in run.CARD.
     void card();
     void line(std::string_view text);
@@ -23,6 +27,8 @@ public:
 
 private:
     Run& run_;
+    std::string code_, ruler_;
+    bool open_ = false;
 };
 
 }  // namespace korvane

@@ -132,6 +132,7 @@ void PUNREL(Run& run, const DeckScope& deck) {
     std::fill(set.counts.begin(), set.counts.end(), char(1));
     for (int k : rows(b.NB)) set.marked[std::size_t(k)] = !b.BUSSEL(k);
     DeckBlock block(run, "PUNREL");
+    block.open();
     put_marked_buses(run, block, deck, set, "SUPR", shifted(SELECTION_COLUMNS, BEHIND_WORD));
     block.end();
 }
@@ -139,6 +140,7 @@ void PUNREL(Run& run, const DeckScope& deck) {
 void PUNBRE(Run& run, const DeckScope& deck) {
     const AreaTables& t = run.store.area;
     DeckBlock block(run, "PUNBRE");
+    block.open();  // the reader begins with all areas shown
     std::vector<int> numbers;
     const auto flush = [&] {
         if (numbers.empty()) return;

@@ -5,6 +5,7 @@
 
 #include "frame/run.hpp"
 #include "network/aggregators.hpp"
+#include "network/shunt_banks.hpp"
 #include "network/study_rows.hpp"
 #include "network/sums.hpp"
 
@@ -108,6 +109,8 @@ static void drop_empty_flow_sums(Store& s) {
 void drop_removed(Run& run) {
     Store& s = run.store;
     assert(!s.cmp.compacted && "rows out of service would be left behind");
+    const bool banks = s.bsh.NBSH > 0;
+    if (banks) drop_bank_shunts(s);  // made anew of the groups that stay
     drop_banks_of_branches(s);
     return_controls(s);
     // Each step sees 0 in the references that the steps before it emptied, so the order goes from what stands to what
@@ -143,6 +146,10 @@ void drop_removed(Run& run) {
     close_up(s, s.qge, [&](int r) { return s.qge.bus(r) != 0; });
     close_up(s, s.ltb, [&](int r) { return s.ltb.IPLTB(r) != 0; });
     drop_empty_flow_sums(s);
+    if (banks) {
+        chain_bank_rows(s);
+        make_bank_shunts(s);
+    }
     close_up(s, s.frq, [&](int r) { return s.frq.NREFRP(r) != 0; });
     drop_removed_variables(s);
     const auto& lists = std::tie(s.mtb, s.mtg, s.mtl, s.fcr, s.fql, s.tpf);

@@ -77,8 +77,17 @@ TEST(DataReports, EveryElementOnceUnderItsHeading) {
              return n;
          }},
     };
-    std::string deck = random_deck(3, Settings::none);
-    deck.erase(deck.find("DREL\n"), deck.find("DFRQ\n") - deck.find("DREL\n"));  // nothing left out
+    std::string deck;  // the first that has a row for each of them
+    const auto shows_all = [&] {
+        const Session s(deck + "FIM\n");
+        return std::all_of(std::begin(reports), std::end(reports),
+                           [&](const auto& r) { return r.rows(s.store()) > 0; });
+    };
+    for (unsigned seed = 1; deck.empty() || !shows_all(); ++seed) {
+        ASSERT_LT(seed, 40u);
+        deck = random_deck(seed, Settings::none);
+        deck.erase(deck.find("DREL\n"), deck.find("DFRQ\n") - deck.find("DREL\n"));  // nothing left out
+    }
     for (const auto& report : reports) {
         const auto print = [&](const char* options) {
             const Session s(deck + "RELA " + report.option + options + "\nFIM\n");
@@ -87,7 +96,6 @@ TEST(DataReports, EveryElementOnceUnderItsHeading) {
         };
         const auto [wide, count] = print(" FILE");
         const Rows rows(wide, 132);
-        EXPECT_GT(count, 0) << report.option << ": the deck shows nothing of it";
         EXPECT_EQ(int(rows.all.size()), count) << report.option << '\n' << wide;
         EXPECT_TRUE(rows.wide.empty()) << report.option << '\n' << wide;
         if (report.straight && !rows.crooked.empty()) ADD_FAILURE() << report.option << '\n' << rows.crooked.front();

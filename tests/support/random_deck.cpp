@@ -73,7 +73,7 @@ public:
                 gone.insert(b.number);
                 add(c.put(6, 6, 1));
             } else if (chance(20)) {
-                add(c.put(6, 6, 2).put(29, 32, number(4, -99, 99)).put(69, 73, number(5, 0, 99)));
+                add(c.put(6, 6, 2).put(69, 73, number(5, 0, 99)));
             }
         }
         for (int n : gone)
