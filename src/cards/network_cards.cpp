@@ -9,7 +9,7 @@ namespace korvane {
 
 namespace {
 
-constexpr int CODE = 1, RULER = 2, LIST_CODE = 3;  // rows of PUNBUS and PUNLIN
+constexpr int LIST_CODE = 3;  // row of PUNBUS and PUNLIN
 
 /// With FLIV a block is one of lists, without a ruler, as a list has no columns.
 void put_lists(Run& run, std::string_view routine, const ListForm& form, const std::vector<int>& rows_in_order) {

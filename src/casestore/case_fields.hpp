@@ -46,6 +46,13 @@ struct CaseContext {
 
 enum class Kind : char { R = 'R', I = 'I', L = 'L', C = 'C' };
 
+/// A copy with a change.
+template <class T, class F>
+constexpr T with(T copy, F change) {
+    change(copy);
+    return copy;
+}
+
 /// One field: n elements of a kind.
 struct CaseField {
     const char* name;
@@ -64,34 +71,26 @@ struct CaseField {
 
     /// The value of a row may be 1 and up, not 0.
     constexpr CaseField needed() const {
-        return with([](CaseField& f) { f.low = 1; });
+        return with(*this, [](CaseField& f) { f.low = 1; });
     }
     /// Its sign tells something.
     constexpr CaseField with_sign() const {
-        return with([](CaseField& f) { f.low = INT_MIN; });
+        return with(*this, [](CaseField& f) { f.low = INT_MIN; });
     }
     constexpr CaseField within(int a, int b) const {
-        return with([=](CaseField& f) { f.low = a, f.high = b; });
+        return with(*this, [=](CaseField& f) { f.low = a, f.high = b; });
     }
     constexpr CaseField since(int v) const {
-        return with([=](CaseField& f) { f.from = v; });
+        return with(*this, [=](CaseField& f) { f.from = v; });
     }
     constexpr CaseField plus(int n) const {
-        return with([=](CaseField& f) { f.more = n; });
+        return with(*this, [=](CaseField& f) { f.more = n; });
     }
     constexpr CaseField rated() const {
-        return with([](CaseField& f) { f.rating = true; });
+        return with(*this, [](CaseField& f) { f.rating = true; });
     }
     constexpr CaseField derived() const {
-        return with([](CaseField& f) { f.rebuilt = true; });
-    }
-
-private:
-    template <class F>
-    constexpr CaseField with(F&& change) const {
-        CaseField f = *this;
-        change(f);
-        return f;
+        return with(*this, [](CaseField& f) { f.rebuilt = true; });
     }
 };
 

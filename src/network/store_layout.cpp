@@ -11,6 +11,11 @@ static bool named_by_rows(Family f) {
     return f == Family::control_variable || f == Family::branch;
 }
 
+template <class Tables>
+std::optional<Family> target_of_row(const void* tables, int row) {
+    return static_cast<const Tables*>(tables)->target_of(row);
+}
+
 static std::vector<FamilyInfo> make_layout() {
     // Distances between the members of a store that nobody uses: its pages stay untouched.
     const StorePtr sample = make_store();
@@ -26,9 +31,7 @@ static std::vector<FamilyInfo> make_layout() {
             ColumnInfo column{c.name, distance(&t, &table), sizeof(Entry), std::nullopt};
             if constexpr (is_ref<Entry>::value) column.target = Entry::family;
             if constexpr (std::is_same_v<Entry, AnyRef>)
-                column.target_of = [](const void* tables, int row) {
-                    return static_cast<const std::remove_reference_t<decltype(t)>*>(tables)->target_of(row);
-                };
+                column.target_of = target_of_row<std::remove_reference_t<decltype(t)>>;
             info.columns.push_back(column);
         });
         all.push_back(std::move(info));
