@@ -132,7 +132,6 @@ void PUNREL(Run& run, const DeckScope& deck) {
     std::fill(set.counts.begin(), set.counts.end(), char(1));
     for (int k : rows(b.NB)) set.marked[std::size_t(k)] = !b.BUSSEL(k);
     DeckBlock block(run, "PUNREL");
-    block.open();
     put_marked_buses(run, block, deck, set, "SUPR", shifted(SELECTION_COLUMNS, BEHIND_WORD));
     block.end();
 }

@@ -1,5 +1,6 @@
 // DLIN, branches: the steps of the end card.
 #include "network/branch_data.hpp"
+#include "network/dependent_rows.hpp"
 
 namespace korvane {
 
@@ -24,6 +25,7 @@ void BranchBlock::finish() {
         drop_removed(run);  // the address lists with it
     else
         ADRLIN(run);
+    settle_dependents(run);
     JUMPER(run);
 }
 

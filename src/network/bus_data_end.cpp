@@ -1,5 +1,6 @@
 // The end card of DBAR: what follows on all tables from the buses that the block added, changed and removed.
 #include "network/bus_block.hpp"
+#include "network/dependent_rows.hpp"
 
 namespace korvane {
 
@@ -144,6 +145,7 @@ void finish_buses(Run& run, BusBlock& block) {
         drop_removed(run);
     else
         rebuild_addresses(run);
+    settle_dependents(run);
 }
 
 }  // namespace korvane

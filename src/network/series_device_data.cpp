@@ -3,6 +3,7 @@
 #include "network/branch_data.hpp"
 #include "network/branch_ends.hpp"
 #include "network/card_forms.hpp"
+#include "network/dependent_rows.hpp"
 
 namespace korvane {
 
@@ -278,6 +279,7 @@ void DeviceBlock::finish() {
         drop_removed(run);  // the address lists with it
     else
         ADRLIN(run);
+    settle_dependents(run);
     JUMPER(run);
 }
 

@@ -1,6 +1,7 @@
 // DTVF, DCTR: voltage bands of taps under control, and the control of phase shifters.
 #include "network/branch_ends.hpp"
 #include "network/card_forms.hpp"
+#include "network/dependent_rows.hpp"
 #include "network/network.hpp"
 #include "network/store.hpp"
 
@@ -294,6 +295,7 @@ void ControlBlock::finish() {
         const int type = s.branch.LTYPE(s.tpf.row(i));
         refuse(run, type != 3 && type != 4, -370, s.tpf.row(i), element::branch);
     }
+    settle_dependents(run);
 }
 
 }  // namespace

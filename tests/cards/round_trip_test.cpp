@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <set>
 
 #include "support/fixture.hpp"
 #include "support/random_deck.hpp"
@@ -62,13 +63,34 @@ TEST_P(RandomDeck, ReadsBackToTheSameStore) { expect_round_trip(random_deck(GetP
 
 TEST_P(RandomDeck, AsFreeLists) { expect_round_trip(random_deck(GetParam()), "FLIV"); }
 
-// Whatever named a removed row has let go of it.
+/// What earlier blocks leave in a store and no card holds: whether a generator stands at a limit, the set point that a
+/// bus had when a fixed tap was given it as its controlled bus, and groups of base voltage that no bus is in.
+void forget_history(Store& s) {
+    for (int k : rows(s.bus.NB)) s.bus.NTYPE(k) = std::abs(s.bus.NTYPE(k));
+    for (int t : rows(s.tap.NTAP)) {
+        const int type = s.branch.LTYPE(s.tap.NOTAP(t));
+        if (type != 3 && type != 4) s.tap.VBUS(t) = s.tap.VBARRA(t) = 0;
+    }
+    // A step-up transformer takes the reactance of its units when its own is not within 1e-6 of it: the other digits of
+    // its own stay. Between two buses with nothing else, the units of the higher generator row come last.
+    const auto only_branch = [&](int k) { return s.adr.LINPTR(k + 1) - s.adr.LINPTR(k) == 1; };
+    for (int l : rows(s.branch.NL))
+        if (s.branch.GKM(l) == 0 && (only_branch(s.branch.NFROM(l)) || only_branch(s.branch.NTO(l))))
+            s.branch.BKM(l) = 0;
+    std::set<int> groups;
+    for (int k : rows(s.bus.NB)) groups.insert(s.bus.NOGBT(k));
+    close_up(s, s.gbt, [&](int g) { return groups.contains(g); });
+}
+
+// A store that elements were added to, changed and removed from is that of the survivors' deck.
 TEST_P(RandomDeck, AfterDeletions) {
     Written first(random_deck(GetParam(), Settings::none) + random_deletions(GetParam()), "", "");
     EXPECT_EQ(stray_reference(first.store()), "");
     EXPECT_EQ(wrong_address(first.store()), "");
-    const Written second(first.deck, "", "");  // and reads again without a message that ends it
-    EXPECT_FALSE(second.deck.empty());
+    Written second(first.deck, "", "");
+    forget_history(first.store());
+    forget_history(second.store());
+    EXPECT_EQ(difference(first, second), "");
 }
 
 // Constants are none of a part of the network, so they are not in such a deck.

@@ -302,7 +302,9 @@ private:
                 b.regulated = form == 2;
         }
         b.phase = chance(30);
-        if (b.phase) c.put(54, 58, number(5, 1, 60));
+        // With a resistance: units give their reactance to a step-up transformer without, unless its phase is under
+        // control, which is not known yet when a written deck is read.
+        if (b.phase) c.put(54, 58, number(5, 1, 60)).put(21, 26, number(6, .1, 20));
     }
 
     /// A tap that no card gives a bus controls the from bus, which no generator may control too.
@@ -348,6 +350,7 @@ private:
         const auto volt = [&](int number) {
             return std::find_if(buses_.begin(), buses_.end(), [&](const Bus& b) { return b.number == number; })->volt;
         };
+        std::set<int> joined;
         for (int n = below(4); n > 0; --n) {
             Branch b = draw_branch();
             b.line = false;
@@ -355,9 +358,11 @@ private:
             c.put(1, 5, b.from).put(10, 14, b.to).put(15, 16, b.circuit);
             letter(c, 17, {"L", "D", " "});
             letter(c, 18, {"F", "T", " "});
-            // A closed bypass brings its ends to one voltage, which a load bus forgets that it had another.
-            if (volt(b.from) == volt(b.to) && chance(60)) {
+            // A closed bypass brings its ends to one voltage, which a load bus forgets that it had another. In a chain
+            // of them the last bus depends on the order of the cards.
+            if (volt(b.from) == volt(b.to) && !joined.contains(b.from) && !joined.contains(b.to) && chance(60)) {
                 c.put(19, 19, "L").put(17, 17, "L");
+                joined.insert({b.from, b.to});
             }
             c.put(26, 31, number(6, -90, -50)).put(32, 37, number(6, -20, -10)).put(38, 43, number(6, -50, -20));
             const std::string mode = pick({"P", "I", "X"});
@@ -482,7 +487,7 @@ private:
             c.put(1, 5, turned ? b.to : b.from).put(10, 14, turned ? b.from : b.to).put(15, 16, b.circuit);
             const int ends = between(1, 3);
             if (ends & 1) c.put(18, 23, number(6, -300, -1));
-            if (ends & 2) c.put(24, 29, number(6, -300, 99));
+            if (ends & 2) c.put(24, 29, chance(70) ? number(6, -300, -1) : number(6, 1, 99));
             letter(c, 32, {"L", "D", " "});
             letter(c, 35, {"L", "D", " "});
             add(c);

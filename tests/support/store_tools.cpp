@@ -205,6 +205,10 @@ std::string wrong_address(Store& s) {
 
 /// What an entry says, the rows of groups as the numbers that they have.
 static std::uint64_t meaning(const Store& s, const FamilyView& f, const ColumnInfo& c, int i) {
+    if (double v; c.size == sizeof v) {  // 0 and -0 are one value
+        std::memcpy(&v, f.entry(c, i), sizeof v);
+        if (v == 0) return 0;
+    }
     const std::string_view name = c.name;
     if (name != "IAGRBAR" && name != "IAGRCIR") return f.hash(c, i);
     AggregatorRows groups;
