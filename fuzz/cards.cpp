@@ -22,13 +22,16 @@ public:
         const auto end = std::min(bytes_.find('\n', at_), bytes_.size());
         std::string line(bytes_.substr(at_, end - at_));
         at_ = end + 1;
-        for (const char* code : {"ULOG", "LOGD", "CLOG", "DOS", "DMAC", "CART", "ARQV"})
+        for (const char* code : {"ULOG", "LOGD", "CLOG", "DOS", "DMAC", "ARQV"})
             if (line.size() >= 3 && (line.substr(0, 4) == code || line.find('@') != line.npos)) line = "INFO";
         return line;
     }
     void write_console(std::string_view) override {}
     bool flush_console() override { return true; }
-    std::optional<std::string> environment(const std::string&) const override { return std::nullopt; }
+    // Written decks go nowhere, so that the writer too meets every network.
+    std::optional<std::string> environment(const std::string& name) const override {
+        return name == "KVN$PUNCH" ? std::optional<std::string>("/dev/null") : std::nullopt;
+    }
     std::string working_directory() const override { return "/"; }
     std::string program_directory() const override { return KORVANE_BIN; }
     Moment now() const override { return {2000, 1, 1, 0, 0, 0}; }

@@ -6,6 +6,7 @@
 
 #include "powerflow/solver.hpp"
 #include "powerflow/trigonometry.hpp"
+#include "powerflow/vector_clones.hpp"
 
 namespace korvane {
 
@@ -103,18 +104,24 @@ void build_diagonal(Run& run) {
     for (int i : rows(s.sca.NSCA)) B(s.sca.NBUSSCA(i)) += s.sca.BSCA(i) - s.sca.BSCAYBUS(i);
 }
 
+// Sine and cosine of the differences of angles, by branch, of those by bus.
+VECTOR_CLONES static void across_branches(const BusRef* from, const BusRef* to, int n, const double* sine,
+                                          const double* cosine, double* __restrict__ sine_across,
+                                          double* __restrict__ cosine_across) {
+    for (int i = 0; i < n; ++i) {
+        const int k = from[i].at, j = to[i].at;
+        sine_across[i] = sine[k] * cosine[j] - cosine[k] * sine[j];
+        cosine_across[i] = cosine[k] * cosine[j] + sine[k] * sine[j];
+    }
+}
+
 void refresh_angles(Run& run) {
     const Store& s = run.store;
     const BranchTables& br = s.branch;
     Matrices& m = run.mat;
     sine_cosine(s.bus.ANGLE.data(), m.SINBUS.data(), m.COSBUS.data(), s.bus.NB);
-    const double* const sine = m.SINBUS.data() - 1;
-    const double* const cosine = m.COSBUS.data() - 1;
-    for (int l : rows(br.NL)) {
-        const int k = br.NFROM(l), j = br.NTO(l);
-        m.SINDIK(l) = sine[k] * cosine[j] - cosine[k] * sine[j];
-        m.COSDIK(l) = cosine[k] * cosine[j] + sine[k] * sine[j];
-    }
+    across_branches(br.NFROM.data(), br.NTO.data(), br.NL, m.SINBUS.data() - 1, m.COSBUS.data() - 1, m.SINDIK.data(),
+                    m.COSDIK.data());
     sine_cosine(s.phs.PHS.data(), m.work.sine.data(), m.work.cosine.data(), s.phs.NPHS);
     for (int i : rows(s.phs.NPHS)) {
         const int n = s.phs.NOPHS(i), l = n ? int(s.tap.NOTAP(n)) : 0;

@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "powerflow/solver.hpp"
+#include "powerflow/vector_clones.hpp"
 
 namespace korvane {
 
@@ -25,79 +26,94 @@ void enter(Run& run) {
     map_generators(run);
 }
 
-// The sums of the branches at each bus, by bus: Vm (b s + g c) for dP/V, -Vm (b c - g s) for dQ/V, with the angle of
-// the bus less that of the far end m (branch_terms of the Newton iteration).
-template <bool ACTIVE>
-void sum_branches(const Run& run, double* sum) {
-    const Store& s = run.store;
-    const BranchTables& br = s.branch;
-    const double* const volt = s.bus.VOLT.data() - 1;
-    std::fill_n(sum + 1, s.bus.NB, 0.0);
-    for (int l : rows(br.NL)) {
-        if (!br.STLIN(l)) continue;
-        const int f = br.NFROM(l), t = br.NTO(l);
-        const double g = br.GKM(l), b = br.BKM(l), sine = run.mat.SINDIK(l), cosine = run.mat.COSDIK(l);
-        sum[f] += volt[t] * (ACTIVE ? b * sine + g * cosine : g * sine - b * cosine);
-        sum[t] += volt[f] * (ACTIVE ? g * cosine - b * sine : -g * sine - b * cosine);
-    }
-}
-
 // Injections that follow the voltage, or that interchange has moved.
 void follow_injections(Run& run) {
     const Store& s = run.store;
     if (s.eqv.NEQV + s.fld.NFLD + s.cai.NCAI > 0) collect_injections(run);
 }
 
-// dP/V by row, and its largest mismatch. The generation of a slack is read off it.
-void active_mismatch(Run& run) {
-    Store& s = run.store;
-    Matrices& m = run.mat;
-    double* const sum = m.work.power.data() - 1;
-    follow_injections(run);
-    sum_branches<true>(run, sum);
-    Worst worst;
-    for (int k : rows(s.bus.NB)) {
-        const int type = std::abs(s.bus.NTYPE(k));
-        const double v = s.bus.VOLT(k);
-        double left = sum[k] - (nominal_load(s, k).p - m.work.injected(k).DELTA) / v - m.GDIAG(k) * v;
-        if (const int j = m.work.NOBGEN(k)) {
-            if (type == 3)
-                s.gen.PGEN(j) = -left * v;
-            else
-                left += s.gen.PGEN(j) / v;
-        }
-        if (type > 2) left = 0;
-        m.x[std::size_t(m.plain.NORDER(k) - 1)] = left;
-        worst.meet(std::abs(left) * v, k);
+/// A mismatch over all buses: its largest, and the bus of that.
+struct Mismatch {
+    double worst;
+    int bus;
+};
+
+// dP/V or dQ/V of the injections: loads and other given power, and the diagonal of the admittance matrix.
+template <bool ACTIVE>
+[[gnu::always_inline]] inline void injected_mismatch(const double* load, const Sides* injected, const double* diagonal,
+                                                     const double* volt, Sides* left, int n) {
+    for (int i = 0; i < n; ++i) {
+        const double given = ACTIVE ? injected[i].DELTA : injected[i].WORK;
+        left[i].DELTA = (given - load[i]) / volt[i] + (ACTIVE ? -diagonal[i] : diagonal[i]) * volt[i];
+        left[i].WORK = 0;
     }
-    s.sol.DPMAX = m.state.residual.DP = worst.value;
-    s.sol.NODEP = worst.bus ? s.bus.NOINT(worst.bus) : 0;
+}
+VECTOR_CLONES void injected_active(const double* load, const Sides* injected, const double* diagonal,
+                                   const double* volt, Sides* left, int n) {
+    injected_mismatch<true>(load, injected, diagonal, volt, left, n);
+}
+VECTOR_CLONES void injected_reactive(const double* load, const Sides* injected, const double* diagonal,
+                                     const double* volt, Sides* left, int n) {
+    injected_mismatch<false>(load, injected, diagonal, volt, left, n);
 }
 
-// dQ/V by row, and its largest mismatch. The generation of a bus whose voltage is held is read off it.
-void reactive_mismatch(Run& run) {
+// dP/V or dQ/V by row. The branches give Vm (b s + g c) or -Vm (b c - g s), with the angle of the bus less that of the
+// far end m (branch_terms of the Newton iteration). What a slack generates, or a bus whose voltage is held, is read off
+// its mismatch, which is none then. Each step goes over one table alone, so no loop has to guess which bus has what;
+// branches of one bus stand together and go to two sums in turn, so that an addition need not wait for the last.
+template <bool ACTIVE>
+Mismatch mismatch(Run& run) {
     Store& s = run.store;
     Matrices& m = run.mat;
-    double* const sum = m.work.power.data() - 1;
+    const BranchTables& br = s.branch;
+    GeneratorTables& gen = s.gen;
+    const double* const volt = s.bus.VOLT.data() - 1;
+    Sides* const left = m.work.sum.data() - 1;
     follow_injections(run);
-    sum_branches<false>(run, sum);
+    if (ACTIVE)
+        injected_active(s.bus.PLOAD.data(), m.work.injected.data(), m.GDIAG.data(), s.bus.VOLT.data(), left + 1,
+                        s.bus.NB);
+    else
+        injected_reactive(s.bus.QLOAD.data(), m.work.injected.data(), m.BDIAG.data(), s.bus.VOLT.data(), left + 1,
+                          s.bus.NB);
+    for (int l : rows(br.NL)) {
+        if (!br.STLIN(l)) continue;
+        const int f = br.NFROM(l), t = br.NTO(l);
+        const double g = br.GKM(l), b = br.BKM(l), sine = m.SINDIK(l), cosine = m.COSDIK(l);
+        double Sides::*const turn = l & 1 ? &Sides::DELTA : &Sides::WORK;
+        left[f].*turn += volt[t] * (ACTIVE ? b * sine + g * cosine : g * sine - b * cosine);
+        left[t].*turn += volt[f] * (ACTIVE ? g * cosine - b * sine : -g * sine - b * cosine);
+    }
+    const auto dead = [](int type) { return std::abs(type) > 3; };
+    for (int j : rows(gen.NG)) {
+        const int k = gen.NOGEN(j), type = s.bus.NTYPE(k);
+        double& power = ACTIVE ? gen.PGEN(j) : gen.QGEN(j);
+        if (dead(type)) continue;
+        if (ACTIVE ? std::abs(type) == 3 : type > 0) {
+            power = -(left[k].DELTA + left[k].WORK) * volt[k];
+            left[k] = {0, 0};
+        } else
+            left[k].DELTA += power / volt[k];
+    }
     Worst worst;
     for (int k : rows(s.bus.NB)) {
-        const int type = s.bus.NTYPE(k);
-        const double v = s.bus.VOLT(k);
-        double left = sum[k] - (nominal_load(s, k).q - m.work.injected(k).WORK) / v + m.BDIAG(k) * v;
-        if (const int j = m.work.NOBGEN(k)) {
-            if (type > 0 && type <= 3)
-                s.gen.QGEN(j) = -left * v;
-            else
-                left += s.gen.QGEN(j) / v;
-        }
-        if (type > 0) left = 0;
-        m.x[std::size_t(m.plain.NORDER(k) - 1)] = left;
-        worst.meet(std::abs(left) * v, k);
+        const double at = dead(s.bus.NTYPE(k)) ? 0 : left[k].DELTA + left[k].WORK;
+        m.x[std::size_t(m.plain.NORDER(k) - 1)] = at;
+        worst.meet(std::abs(at) * volt[k], k);
     }
-    s.sol.DQMAX = m.state.residual.DQ = worst.value;
-    s.sol.NODEQ = worst.bus ? s.bus.NOINT(worst.bus) : 0;
+    return {worst.value, worst.bus ? s.bus.NOINT(worst.bus) : 0};
+}
+
+void active_mismatch(Run& run) {
+    const auto [worst, bus] = mismatch<true>(run);
+    run.store.sol.DPMAX = run.mat.state.residual.DP = worst;
+    run.store.sol.NODEP = bus;
+}
+
+void reactive_mismatch(Run& run) {
+    const auto [worst, bus] = mismatch<false>(run);
+    run.store.sol.DQMAX = run.mat.state.residual.DQ = worst;
+    run.store.sol.NODEQ = bus;
 }
 
 double& mismatch_of(Run& run, int k) { return run.mat.x[std::size_t(run.mat.plain.NORDER(k) - 1)]; }

@@ -147,17 +147,18 @@ int factor_scalar(ScalarMatrix& a, const Pattern& p, double tolerance) {
 }
 
 void solve_scalar(const ScalarMatrix& a, const Pattern& p, double* x, int first) {
-    for (int k = first; k < p.N; ++k) {
+    const int* const column = p.column.data();
+    const int* const row = p.row.data();
+    const double* const value = a.value.data();
+    const double* const diagonal = a.diagonal.data();
+    for (int k = first, e = column[first]; k < p.N; ++k) {
         const double here = x[k];
-        if (here == 0) continue;
-        for (int e = p.column[std::size_t(k)]; e < p.column[std::size_t(k + 1)]; ++e)
-            x[p.row[std::size_t(e)]] -= a.value[std::size_t(e)] * here;
-        x[k] = here * a.diagonal[std::size_t(k)];
+        x[k] = here * diagonal[k];
+        for (const int end = column[k + 1]; e < end; ++e) x[row[e]] -= value[e] * here;
     }
-    for (int k = p.N - 1; k >= 0; --k) {
+    for (int k = p.N - 1, e = column[p.N] - 1; k >= 0; --k) {
         double here = x[k];
-        for (int e = p.column[std::size_t(k)]; e < p.column[std::size_t(k + 1)]; ++e)
-            here -= a.value[std::size_t(e)] * x[p.row[std::size_t(e)]];
+        for (const int begin = column[k]; e >= begin; --e) here -= value[e] * x[row[e]];
         x[k] = here;
     }
 }
