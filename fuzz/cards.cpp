@@ -24,6 +24,8 @@ public:
         at_ = end + 1;
         for (const char* code : {"ULOG", "LOGD", "CLOG", "DOS", "DMAC", "ARQV"})
             if (line.size() >= 3 && (line.substr(0, 4) == code || line.find('@') != line.npos)) line = "INFO";
+        for (const char* option : {"CPRI", "cpri", "EJAC", "ejac"})  // these write files of their own
+            if (line.find(option) != line.npos) line = "INFO";
         return line;
     }
     void write_console(std::string_view) override {}

@@ -43,14 +43,13 @@ bool after_region_data(const Run& run) { return run.opt["ELIM"_opt] || run.ctl.I
 bool after_test_data(const Run& run) { return run.opt["ELIM"_opt] || run.ctl.ILAST == 133 || run.ctl.ILAST == 134; }
 
 // Refusals of what an option asks for and this program does not have.
-constexpr int OTHER_LAYOUT = 7010, OTHER_SERVICE = 7020, OTHER_DRIVER = 7030;
+constexpr int OTHER_LAYOUT = 7010, OTHER_SERVICE = 7020;
 bool one_card_layout(const Run& run) { return !run.opt["WSCC"_opt]; }
 bool only_jumper(const Run& run) {
     for (Option o : {"NCIR"_opt, "EQVS"_opt, "AREA"_opt, "RENB"_opt, "DCMP"_opt, "WMPS"_opt})
         if (run.opt[o]) return false;
     return true;
 }
-bool plain_driver(const Run& run) { return !run.opt["CPRI"_opt]; }
 
 // --- what a code sets
 
@@ -160,7 +159,7 @@ constexpr CodeRow NAMED[] = {
     {13, "DCBA", {k(1, 131), k(35, 130)}, nullptr, counted_changed<13, &Store::dcb>},
     {14, "DCLI", {k(13, 140)}, nullptr, counted_changed<14, &Store::dcl>},
     {15, "DCNV", {k(13, 150)}, nullptr, counted_changed<15, &Store::cnv>},
-    {16, "EXLF", {k(1, 160), with_links(161), without_links(162), when(plain_driver, OTHER_DRIVER)}, solve_power_flow},
+    {16, "EXLF", {k(1, 160), with_links(161), without_links(162)}, solve_power_flow},
     {17, "EXEQ", {k(16, 171), when(solved_ac, 170)}, nullptr, equivalent_made},
     {18, "EXCT", {k(8, 182), k(16, 181), when(linear_or_solved_ac, 180)}, nullptr, contingencies_ran},
     {19, "EXSB", {k(16, 190)}, nullptr, sensitivity_ran},

@@ -52,6 +52,32 @@ T bytes_as(const char* p) {
     return v;
 }
 
+/// The steps of the solution by priority: all in a case file for the user, the last one also in memory.
+class PrioritySteps : public CaseKeeper {
+public:
+    explicit PrioritySteps(const std::string& path) : file_(path) {}
+    bool keep(Run& run, int n) override { return file_.good() && file_.save(run, n) && last_.keep(run, 1); }
+    bool bring_back(Run& run, int) override { return last_.bring_back(run, 1); }
+
+private:
+    StepFile file_;
+    ScratchCases last_;
+};
+
+/// Name of the file: that of row 8 with the number 1 in columns 5 to 8.
+std::string steps_file(Run& run) {
+    constexpr int NAME = 8;
+    std::string name = load_rows(run, "PWFPRI")[NAME].text();
+    name.resize(std::max(name.size(), std::size_t(8)), ' ');
+    return name.replace(4, 4, "0001");
+}
+
+void solve(Run& run) {
+    if (!run.opt["CPRI"_opt]) return PWFSOL(run);
+    PrioritySteps steps(steps_file(run));
+    PWFPRI(run, steps);
+}
+
 }  // namespace
 
 void constants_block(Run& run) {
@@ -68,7 +94,7 @@ void load_change(Run& run) {
 void solve_power_flow(Run& run) {
     newton_for_series_devices(run);
     run.msg.NERR = 0;
-    PWFSOL(run);
+    solve(run);
     MSGOUT(run);
     const bool solved = run.msg.NERR == 0;
     run.ctl.KNTRL[16] = solved;

@@ -50,7 +50,10 @@ public:
         box(ACCEPTED, std::string(run_.TITLE.trimmed()), state);
         return true;
     }
-    void close() { box(CLOSING, std::string(run_.TITLE.trimmed()), 1); }
+    void close() {
+        LDFORM(run_, "PWFPRI");
+        run_.pag.NLINE += print_rot(run_, CLOSING, {std::string(run_.TITLE.trimmed())});
+    }
 
 private:
     void box(int row, const std::string& text, int state) {

@@ -265,5 +265,33 @@ TEST(CaseCommands, AReportOfARestoredCaseIsTheReportOfTheSolvedOne) {
     }
 }
 
+// CPRI: the control that has no solution is given up, and every step that has one is a case of its own file.
+TEST(CaseCommands, SolutionByPriorityKeepsItsSteps) {
+    const Session solved(R"(DBAR
+    1 L2  FONTE         1000  0.   0.   0. -999  999
+    2 L1  CARGA         1000  0.   0.   0.   -1    1       200.   0.
+99999
+DLIN
+    1         2 1            40.
+99999
+EXLF CPRI QLIM NEWT VLIM
+EXLF CPRI VLIM QLIM CREM NEWT
+FIM
+)");
+    EXPECT_EQ(solved.status, 0) << solved.console();
+    EXPECT_FALSE(solved.run.opt["QLIM"_opt]);
+    EXPECT_NE(solved.console().find("Controle QLIM desligado"), std::string::npos);
+    EXPECT_EQ(solved.store().sol.CONVSTAT, 1);
+    const std::string file = "CASO0001PRIORIDADE.SAV";
+    ASSERT_TRUE(solved.dir.has(file));
+    const SessionOptions with{.variables = {{"KVN$SAVCA", solved.dir.path() + "/" + file}}};
+    for (const auto& [number, title] : {std::pair{1, "CASO BASE"}, std::pair{2, "CASO BASE + CREM"}}) {
+        const Session restored("ARQV REST\n " + std::to_string(number) + "\nFIM\n", with);
+        EXPECT_EQ(restored.messages(), "");
+        EXPECT_EQ(restored.run.TITLE.trimmed(), title);
+    }
+    EXPECT_NE(Session("ARQV REST\n 3\nFIM\n", with).messages(), "");
+}
+
 }  // namespace
 }  // namespace korvane::testing

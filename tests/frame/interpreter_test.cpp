@@ -177,7 +177,6 @@ TEST(Refusals, ComeInTheOrderOfTheNeeds) {
         {"EXLF", {1}, "EXLF 162"},
         {"EXLF", {1, 13, 2}, "EXLF 161"},
         {"EXLF", {1, 13}, "EXLF 161"},
-        {"EXLF CPRI", {1, 2}, "EXLF 7030"},
         {"DBAR WSCC", {}, "DBAR 7010"},
         {"DLIN WSCC", {}, "DLIN 20"},
         {"DARE WSCC", {1}, "DARE 7010"},
