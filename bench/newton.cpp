@@ -4,6 +4,7 @@
 
 #include <chrono>
 
+#include "powerflow/augmented.hpp"
 #include "powerflow/solver.hpp"
 #include "support/fixture.hpp"
 #include "support/reference.hpp"
@@ -113,6 +114,33 @@ void iteration(benchmark::State& state, const char* name) {
     n->restore();
 }
 
+// The same with an equation of its capability curve for every generator in the matrix.
+void iteration_with_curves(benchmark::State& state, const char* name) {
+    Prepared* const n = prepared(state, name);
+    if (!n) return;
+    Run& run = n->session.run;
+    GeneratorTables& gen = run.store.gen;
+    for (int j : rows(gen.NG)) {
+        gen.SNOMI(j) = 1 + 2 * std::hypot(gen.PGEN(j), gen.QGEN(j));
+        gen.XQ(j) = 1 / gen.SNOMI(j);
+        gen.FSRIA(j) = gen.FSRIR(j) = 1;
+        gen.FPNOM(j) = 0.9;
+        gen.ANGCG(j) = 1.2;
+    }
+    run.opt.set("QLIM"_opt);
+    if (!build_equations(run)) state.SkipWithError("not built");
+    run.store.sol.NITP = 1;
+    for (auto _ : state) {
+        assemble(run);
+        if (!iterate(run, {"SOLVNW", devices(), assemble})) state.SkipWithError("singular");
+    }
+    state.counters["rows"] = run.mat.state.NEQ - run.store.bus.NB;
+    remove_equations(run);
+    run.opt.clear("QLIM"_opt);
+    gen.XQ.fill(gen.NG, -1.0);
+    n->restore();
+}
+
 void assembly(benchmark::State& state, const char* name) {
     Prepared* const n = prepared(state, name);
     if (!n) return;
@@ -184,6 +212,7 @@ void solve_from_the_deck(benchmark::State& state, const char* name) {
     BENCHMARK_CAPTURE(f, case9241, "case9241pegase")->Unit(benchmark::kMicrosecond)->UseManualTime(); \
     BENCHMARK_CAPTURE(f, case13659, "case13659pegase")->Unit(benchmark::kMicrosecond)->UseManualTime()
 NETWORKS(iteration);
+NETWORKS(iteration_with_curves);
 NETWORKS(angles);
 NETWORKS(assembly);
 NETWORKS(factorisation);

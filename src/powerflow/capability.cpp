@@ -17,25 +17,27 @@ namespace {
 /// at its very end is infinite.
 constexpr double LEAST_ROOT = 1e-6;
 
-ReactiveLimit stator_limit(const RoundRotor& m, double v, double p, double sign) {
+ReactiveLimit stator_limit(const RoundRotor& m, double v, double p) {
     const double root = std::sqrt(std::max(v * v * m.current * m.current - p * p, 0.0));
-    return {sign * root, sign * v * m.current * m.current / std::max(root, LEAST_ROOT), Arc::stator};
+    return {root, v * m.current * m.current / std::max(root, LEAST_ROOT), Arc::stator};
 }
 
-ReactiveLimit rotor_limit(const RoundRotor& m, double v, double p) {
-    // Ef and its derivative: the voltage behind Xq moves with the terminal voltage.
+/// Ef and its derivative by the voltage: the voltage behind Xq moves with the terminal voltage.
+struct Excitation {
+    double ef, slope;
+};
+Excitation rotor_excitation(const RoundRotor& m, double v) {
     const double along = v + m.reactive * m.reactance * m.current, across = m.active * m.reactance * m.current;
-    const double rated = std::hypot(along, across), ef = rated * m.excitation;
-    const double ef_slope = rated > 0 ? m.excitation * along / rated : m.excitation;
-    const double x2 = m.reactance * m.reactance;
-    const double root = std::sqrt(std::max(v * v * ef * ef / x2 - p * p, 0.0));
-    return {root - v * v / m.reactance,
-            (v * ef * ef + v * v * ef * ef_slope) / (x2 * std::max(root, LEAST_ROOT)) - 2 * v / m.reactance,
-            Arc::rotor};
+    const double rated = std::sqrt(along * along + across * across);
+    return {m.excitation * rated, rated > 0 ? m.excitation * along / rated : m.excitation};
 }
 
-double rotor_excitation(const RoundRotor& m, double v) {
-    return m.excitation * std::hypot(v + m.reactive * m.reactance * m.current, m.active * m.reactance * m.current);
+ReactiveLimit rotor_limit(const RoundRotor& m, const Excitation& e, double v, double p) {
+    const double x2 = m.reactance * m.reactance;
+    const double root = std::sqrt(std::max(v * v * e.ef * e.ef / x2 - p * p, 0.0));
+    return {root - v * v / m.reactance,
+            (v * e.ef * e.ef + v * v * e.ef * e.slope) / (x2 * std::max(root, LEAST_ROOT)) - 2 * v / m.reactance,
+            Arc::rotor};
 }
 
 ReactiveLimit under_excitation_limit(const RoundRotor& m, double v, double p) {
@@ -116,12 +118,12 @@ RoundRotor machine_of(const Store& s, int j) {
 
 Capability capability(const RoundRotor& m, double v, double p) {
     Capability c{};
-    c.carries = std::abs(p) <= v * m.current && std::abs(p) * m.reactance <= v * rotor_excitation(m, v);
+    const Excitation field = rotor_excitation(m, v);
+    c.carries = std::abs(p) <= v * m.current && std::abs(p) * m.reactance <= v * field.ef;
     if (!c.carries) return c;
-    const ReactiveLimit rotor = rotor_limit(m, v, p);
-    c.highest = stator_limit(m, v, p, 1);
-    if (rotor.q < c.highest.q) c.highest = rotor;
-    c.lowest = stator_limit(m, v, p, -1);
+    const ReactiveLimit rotor = rotor_limit(m, field, v, p), stator = stator_limit(m, v, p);
+    c.highest = rotor.q < stator.q ? rotor : stator;
+    c.lowest = {-stator.q, -stator.slope, Arc::stator};
     if (m.angle > 0) {
         const ReactiveLimit line = under_excitation_limit(m, v, p);
         if (line.q > c.lowest.q) c.lowest = line;
