@@ -115,10 +115,7 @@ void set_ratings(BranchTables& b, int l, double normal, double emergency, double
 
 BranchBlock::BranchBlock(Run& of) : run(of), s(of.store), finder_(of.store), set_point_(set_points(of.store)) {
     remote_control_.assign(std::size_t(s.bus.NB) + 1, false);
-    for (int r : rows(s.rcb.NRCB)) {
-        remote_control_[std::size_t(s.rcb.IRCB(r))] = true;
-        remote_control_[std::size_t(s.gen.NOGEN(s.rcb.ICB(r)))] = true;
-    }
+    for (int r : rows(s.rcb.NRCB)) remote_control_[std::size_t(s.gen.NOGEN(s.rcb.ICB(r)))] = true;
 }
 
 int BranchBlock::phase_row(int l) const { return korvane::phase_row(s, l); }

@@ -83,7 +83,7 @@ private:
     Store& s;
     BranchFinder finder_;
     std::vector<double> set_point_;     // by bus position, pu
-    std::vector<bool> remote_control_;  // the bus takes part in a remote generator control
+    std::vector<bool> remote_control_;  // the generator of the bus controls another one
     bool removed_ = false;
 
     // the present card

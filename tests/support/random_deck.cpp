@@ -296,7 +296,7 @@ private:
         }
         if (form > 0 && chance(60)) {
             Bus& controlled = pick(buses_);
-            if (controlled.type == 0 && !controlled.controlled && controlled.control == 0)
+            if (controlled.type == 0 && controlled.control == 0)
                 c.put(59, 64, chance(50) ? controlled.number : -controlled.number);
             else
                 b.regulated = form == 2;
@@ -309,7 +309,7 @@ private:
 
     /// A tap that no card gives a bus controls the from bus, which no generator may control too.
     bool may_control(const Branch& b) const {
-        const auto taken = [&](const Bus& k) { return k.number == b.from && (k.controlled || k.control != 0); };
+        const auto taken = [&](const Bus& k) { return k.number == b.from && k.control != 0; };
         return std::none_of(buses_.begin(), buses_.end(), taken);
     }
 
