@@ -4,7 +4,10 @@
 #include <cmath>
 
 #include "powerflow/capability.hpp"
+#include "powerflow/phase_shifters.hpp"
 #include "powerflow/remote_voltage.hpp"
+#include "powerflow/series_compensators.hpp"
+#include "powerflow/static_compensators.hpp"
 #include "powerflow/taps.hpp"
 
 namespace korvane {
@@ -25,18 +28,36 @@ constexpr Device DEVICES[] = {
      .update = update_remote_voltage,
      .settle = nullptr,
      .adjust = nullptr},
+    {.name = "static compensators",
+     .build = build_compensators,
+     .assemble = nullptr,
+     .update = update_compensators,
+     .settle = nullptr,
+     .adjust = nullptr},
     {.name = "capability",
      .build = build_capability,
      .assemble = assemble_capability,
      .update = update_capability,
      .settle = nullptr,
      .adjust = nullptr},
+    {.name = "series compensators",
+     .build = build_series_compensators,
+     .assemble = assemble_series_compensators,
+     .update = update_series_compensators,
+     .settle = round_series_compensators,
+     .adjust = check_series_compensators},
     {.name = "taps",
      .build = build_taps,
      .assemble = nullptr,
      .update = update_taps,
      .settle = settle_taps,
      .adjust = adjust_held_taps},
+    {.name = "phase shifters",
+     .build = build_phase_shifters,
+     .assemble = assemble_phase_shifters,
+     .update = update_phase_shifters,
+     .settle = nullptr,
+     .adjust = nullptr},
     {.name = "units",
      .build = nullptr,
      .assemble = nullptr,
@@ -99,6 +120,16 @@ void meet_residual(Run& run, double Residuals::*which, double value, int k) {
     };
     meet(run.mat.state.residual.*which);
     if (run.opt["CILH"_opt]) meet(run.mat.island(run.store.ilh.NOILHA2(k)).residual.*which);
+}
+
+void meet_flow_residual(Run& run, double value, int k) {
+    const Store& s = run.store;
+    if (value >= run.mat.state.residual.DP) run.store.sol.NODEP = s.bus.NOINT(k);
+    if (run.opt["CILH"_opt]) {
+        IslandState& island = run.mat.island(s.ilh.NOILHA2(k));
+        if (value >= island.residual.DP) island.NODEP2 = s.bus.NOINT(k);
+    }
+    meet_residual(run, &Residuals::DP, value, k);
 }
 
 void clear_residual(Run& run, double Residuals::*which) {

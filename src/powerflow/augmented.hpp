@@ -59,6 +59,8 @@ inline double step_of(const Run& run, int k) {
 
 /// Raises a residual of a control, and that of the island of bus k under CILH. A residual that is not a number stays.
 void meet_residual(Run& run, double Residuals::*which, double value, int k);
+/// The same for a flow that is not at its target: it counts as an active mismatch of bus k.
+void meet_flow_residual(Run& run, double value, int k);
 /// The residual of a control at the start of a pass.
 void clear_residual(Run& run, double Residuals::*which);
 

@@ -29,7 +29,7 @@ void enter(Run& run) {
 // Injections that follow the voltage, or that interchange has moved.
 void follow_injections(Run& run) {
     const Store& s = run.store;
-    if (s.eqv.NEQV + s.fld.NFLD + s.cai.NCAI > 0) collect_injections(run);
+    if (s.eqv.NEQV + s.fld.NFLD + s.cai.NCAI + s.cer.NCER > 0) collect_injections(run);
 }
 
 /// A mismatch over all buses: its largest, and the bus of that.

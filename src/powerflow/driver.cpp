@@ -13,7 +13,7 @@ constexpr struct {
     Option option;
     int warning;
 } NOT_YET[] = {
-    {"CPHS"_opt, -966}, {"CSCA"_opt, -967}, {"CELO"_opt, -968}, {"FREQ"_opt, -969},
+    {"CSCA"_opt, -967}, {"CELO"_opt, -968}, {"FREQ"_opt, -969},
     {"TABE"_opt, -971}, {"PLTG"_opt, -972}, {"CPER"_opt, -974},
 };
 

@@ -435,6 +435,8 @@ void collect_injections(Run& run) {
         at.DELTA += s.eqv.PMAT(i);
         at.WORK += s.eqv.QMAT(i);
     }
+    for (int c : rows(s.cer.NCER))
+        if (s.cer.STUCER(c)) injected(s.cer.NBECER(c)).WORK += s.cer.QGCER(c);
     each_voltage_load(s, [&](int k, Power drawn, Power) {
         injected(k).DELTA -= drawn.p;
         injected(k).WORK -= drawn.q;

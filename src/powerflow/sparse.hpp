@@ -211,6 +211,39 @@ struct ControlWork {
     Table<TapRow, MXTAP> tap_row;
     Table<bool, MXILH> awake, frozen;  // taps of an island; without CILH the first stands for all
 
+    // static compensators
+    /// A compensator: its equation, and the branches from there to its bus and to the controlled bus.
+    struct CompensatorRow {
+        int compensator, equation;
+        int to_own, to_bus;
+        unsigned char jumps;  // over the slope in this solution
+    };
+    int compensators;
+    Table<CompensatorRow, MXCER> compensator_row;
+
+    // series compensators
+    /// A series compensator: its equation, and the branches from there to the ends of its own branch.
+    struct SeriesRow {
+        int device, equation;
+        int to_from, to_to;
+        bool rounded;           // it has been put on a step
+        unsigned char returns;  // from a limit
+    };
+    int series_devices;
+    Table<SeriesRow, MXCSC> series_row;
+
+    // phase shifters
+    /// A phase shifter: its equation, and the branches from there to the ends of the transformer.
+    struct ShifterRow {
+        int shifter, equation;
+        int to_from, to_to;
+        bool moves;             // its equation acts on this pass
+        int stopped;            // NITP when it met a limit
+        unsigned char returns;  // from a limit
+    };
+    int shifters;
+    Table<ShifterRow, MXPHS> shifter_row;
+
     // individual generators
     Table<int, MXGEI> operating;  // units in operation at the start of the solution
     int dispatches;               // how often they were dispatched in this solution

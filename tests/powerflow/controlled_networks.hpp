@@ -51,4 +51,74 @@ inline void add_taps(Network& n, unsigned seed) {
     n.run.opt.set("CTAP"_opt);
 }
 
+/// Compensators at their own and at other buses, with both slopes, in all three regions.
+inline void add_compensators(Network& n, unsigned) {
+    struct {
+        int own, held, units;
+        double slope, reference;
+        int kind;
+    } const cases[] = {{3, 3, 1, -0.05, 1.0, 1},  {4, 7, 2, -0.02, 1.05, 2}, {6, 6, 1, -0.03, 0.99, 2},
+                       {8, 8, 2, -0.001, 1.5, 1}, {9, 13, 1, -0.01, 0.5, 2}, {7, 7, 1, -0.04, 1.02, 2}};
+    for (const auto& c : cases) {
+        const int i = add_row(n.s.cer);
+        n.s.cer.NBECER(i) = c.own;
+        n.s.cer.NVKCER(i) = c.held;
+        n.s.cer.IGCER(i) = 10;
+        n.s.cer.NUCER(i) = c.units;
+        n.s.cer.RCER(i) = c.slope;
+        n.s.cer.QCERMN(i) = -2.5;
+        n.s.cer.QCERMX(i) = 3;
+        n.s.cer.VCER(i) = c.reference;
+        n.s.cer.KONCNT(i) = c.kind;
+        n.s.cer.STUCER(i) = true;
+    }
+}
+
+/// A series compensator from a new bus behind bus k to bus m, of the mode, measured at its from or its to end.
+inline int series_compensator(Network& n, int k, int m, int mode, double target, bool at_to, int steps = 0) {
+    const int middle = n.bus(0);
+    n.branch(k, middle, 0.004, 0.06);
+    const int l = n.branch(middle, m, 0, -0.02), i = add_row(n.s.csc);
+    n.s.branch.GKM(l) = 0;
+    n.s.branch.LTYPE(l) = 5;
+    n.s.branch.LITRF(l) = i;
+    n.s.csc.LICSC(i) = l;
+    n.s.csc.BMNCSC(i) = 1 / 0.05;
+    n.s.csc.BMXCSC(i) = 1 / 0.005;
+    n.s.csc.KONCSC(i) = n.s.csc.KONCSC_ORI(i) = mode;
+    n.s.csc.VSPCSC(i) = target;
+    n.s.csc.NBECSC(i) = at_to ? m : middle;
+    n.s.csc.NSTCSC(i) = steps;
+    n.s.csc.NTYCSC(i) = true;
+    return i;
+}
+inline void add_series_compensators(Network& n, unsigned) {
+    series_compensator(n, 2, 9, 1, 0.3, false);
+    series_compensator(n, 3, 13, 2, 0.2, false);
+    series_compensator(n, 6, 17, 1, -0.2, true);
+    series_compensator(n, 8, 19, 2, 0.1, true);
+    for (int k = n.s.bus.NB - 3; k <= n.s.bus.NB; ++k) n.s.bus.ANGLE(k) = 0.03 * (k % 5) - 0.05;
+    n.ready();
+}
+
+/// A phase shifter between two buses, of the kind, measured at its from or its to end.
+inline int phase_shifter(Network& n, int from, int to, int kind, double target, bool at_to) {
+    const int l = n.branch(from, to, 0.01, 0.1, 0, 1.02, 0.01), i = n.s.phs.NPHS;
+    n.s.branch.LTYPE(l) = 6;
+    n.s.phs.PHSMIN(i) = -0.5;
+    n.s.phs.PHSMAX(i) = 0.5;
+    n.s.phs.KONPHS(i) = kind;
+    n.s.phs.VSPPHS(i) = target;
+    n.s.phs.NBEPHS(i) = at_to ? to : from;
+    n.run.opt.set("CPHS"_opt);
+    return i;
+}
+inline void add_shifters(Network& n, unsigned) {
+    phase_shifter(n, 3, 9, 1, 0.2, false);
+    phase_shifter(n, 4, 13, 1, -0.1, true);
+    phase_shifter(n, 6, 12, 2, 0.25, false);
+    phase_shifter(n, 7, 18, 2, -0.3, true);
+    n.ready();
+}
+
 }  // namespace korvane::testing

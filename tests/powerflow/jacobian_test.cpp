@@ -36,6 +36,19 @@ Unknown unknown_of(Network& n, int f) {
                         const auto& row = net.run.mat.control.tap_row(r);
                         return row.leader ? 1.0 : net.s.bus.VOLT(row.bus);
                     }};
+        case Equation::compensator: return {[](Network& net, int c, double by) { net.s.cer.QGCER(c) += by; }, whole};
+        case Equation::series_device:
+            return {[](Network& net, int r, double by) {
+                        const int l = net.s.csc.LICSC(net.run.mat.control.series_row(r).device);
+                        net.s.branch.BKM(l) += by;
+                        net.run.mat.BDIAG(net.s.branch.NFROM(l)) += by;
+                        net.run.mat.BDIAG(net.s.branch.NTO(l)) += by;
+                    },
+                    whole};
+        case Equation::phase_shifter:
+            return {
+                [](Network& net, int r, double by) { net.s.phs.PHS(net.run.mat.control.shifter_row(r).shifter) += by; },
+                whole};
         default: ADD_FAILURE() << "no unknown for equation " << n.run.mat.control.IDPTAD(i); return {};
     }
 }
@@ -120,7 +133,7 @@ void expect_slopes(Network& n, const std::string& what) {
             const std::size_t r = row_of(n.run, row);
             const Block &b = j[r][c], &own = j[r][r];
             if (r == c && (angle ? own.H : own.L) == HELD) continue;  // a held unknown has no column of its own
-            if (own.H != HELD && row <= buses) {
+            if (own.H != HELD && (row <= buses || own.H != 1)) {
                 EXPECT_NEAR(angle ? b.H : b.N, (down[r].DELTA - up[r].DELTA) / (2 * STEP), 1e-6)
                     << what << " row P " << row << " column " << column << (angle ? " angle" : "");
             }
@@ -139,6 +152,11 @@ void expect_slopes(Network& n, const std::string& what) {
     for (int f = buses + 1; f <= m.state.NEQ; ++f)
         if (j[row_of(n.run, f)][row_of(n.run, f)].L != HELD) {
             compare(f, false, [&](double by) { unknown_of(n, f).move(n, record(f), by); });
+            ++acting;
+        }
+    for (int f = buses + 1; f <= m.state.NEQ; ++f)  // a series compensator has its unknown in the angle half
+        if (j[row_of(n.run, f)][row_of(n.run, f)].H != 1) {
+            compare(f, true, [&](double by) { unknown_of(n, f).move(n, record(f), by); });
             ++acting;
         }
     EXPECT_EQ(acting > 0, m.state.NEQ > buses) << what;
@@ -160,6 +178,15 @@ TEST(Jacobian, IsMinusTheSlopeOfTheMismatch) {
              n.run.opt.set("TGER"_opt);
          }},
         {"taps", add_taps},
+        {"static compensators", add_compensators},
+        {"series compensators", add_series_compensators},
+        {"phase shifters", add_shifters},
+        {"all flow devices",
+         [](Network& n, unsigned seed) {
+             add_compensators(n, seed);
+             add_series_compensators(n, seed);
+             add_shifters(n, seed);
+         }},
     };
     for (const auto& c : cases)
         for (unsigned seed : {3u, 8u}) {

@@ -1,0 +1,15 @@
+// Phase shifters that hold the active power or the current of their branch.
+#pragma once
+#include "powerflow/solver.hpp"
+
+namespace korvane {
+
+/// ESTPHS: with CPHS the equations of the controlled shifters. Messages 100, 110.
+bool build_phase_shifters(Run& run);
+/// Their rows; what the flow misses counts in DP, unless the shift is at a limit. One at a limit acts again when the
+/// flow asks for a shift away from it. Warning -900: one that came back again and again stays.
+void assemble_phase_shifters(Run& run);
+/// Shifts after the solution of a pass, within their limits.
+void update_phase_shifters(Run& run);
+
+}  // namespace korvane

@@ -1,0 +1,19 @@
+// Series compensators: branches whose reactance follows a flow, between two limits and if need be in steps.
+#pragma once
+#include "powerflow/solver.hpp"
+
+namespace korvane {
+
+/// ETRCSC: the equations of the compensators. Messages 100, 110.
+bool build_series_compensators(Run& run);
+/// Their rows. What the flow misses counts in DP; the rows act from the second iteration on.
+void assemble_series_compensators(Run& run);
+/// Susceptances after the solution of a pass.
+void update_series_compensators(Run& run);
+/// A compensator with steps ends on one, the next toward the least reactance. True when a susceptance moved by it.
+bool round_series_compensators(Run& run);
+/// Compensators stop at their limits, and leave them when the flow asks for it. Warning -900: one that came back again
+/// and again stays.
+void check_series_compensators(Run& run);
+
+}  // namespace korvane

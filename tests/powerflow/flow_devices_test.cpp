@@ -1,0 +1,188 @@
+// Compensators and phase shifters after the solution: on their characteristics, at their targets or at the limits that
+// explain why not.
+#include <gtest/gtest.h>
+
+#include "powerflow/controlled_networks.hpp"
+
+namespace korvane::testing {
+namespace {
+
+constexpr double CLOSE = 1e-6;
+
+/// What is left at a bus with the compensators counted in.
+void expect_balanced(const Network& n, const std::string& what) {
+    auto left = imbalance(n.s);
+    for (int i : rows(n.s.cer.NCER))
+        if (n.s.cer.STUCER(i)) left[std::size_t(int(n.s.cer.NBECER(i)))] += std::complex(0.0, n.s.cer.QGCER(i));
+    for (int k : rows(n.s.bus.NB)) EXPECT_LT(std::abs(left[std::size_t(k)]), CLOSE) << what << " bus " << k;
+}
+
+TEST(StaticCompensators, EndOnTheirCharacteristic) {
+    struct {
+        const char* what;
+        double slope, reference, least, most;
+        int kind, units;
+        bool elsewhere, in_service;
+        int region;
+    } const cases[] = {
+        {"slope of the power", -0.05, 1.0, -1, 1, 1, 1, false, true, 2},
+        {"slope of the current, two units", -0.05, 1.0, -1, 1, 2, 2, false, true, 2},
+        {"another bus", -0.02, 1.0, -1, 1, 1, 1, true, true, 2},
+        {"highest", -0.01, 1.2, -0.1, 0.1, 1, 1, false, true, 1},
+        {"lowest", -0.01, 0.8, -0.1, 0.1, 2, 1, false, true, 3},
+        {"no range", -0.01, 1.0, 0.1, 0.1, 1, 1, false, true, 1},
+        {"steep", -0.0001, 1.01, -2, 2, 1, 1, false, true, 2},
+        {"out of service", -0.01, 1.0, -1, 1, 1, 1, false, false, 2},
+    };
+    for (const auto& c : cases) {
+        Network n;
+        n.generator(3, 1.02);
+        for (int k = 2; k <= 5; ++k) n.bus(0, 1, 0.2, 0.1);
+        for (int k = 1; k <= 5; ++k) n.branch(k, k % 5 + 1, 0.01, 0.08, 0.02);
+        const int i = add_row(n.s.cer), own = 3, held = c.elsewhere ? 4 : 3;
+        n.s.cer.NBECER(i) = own;
+        n.s.cer.NVKCER(i) = held;
+        n.s.cer.IGCER(i) = 10;
+        n.s.cer.NUCER(i) = c.units;
+        n.s.cer.RCER(i) = c.slope;
+        n.s.cer.QCERMN(i) = c.least;
+        n.s.cer.QCERMX(i) = c.most;
+        n.s.cer.VCER(i) = c.reference;
+        n.s.cer.KONCNT(i) = c.kind;
+        n.s.cer.STUCER(i) = c.in_service;
+        n.ready().solve();
+        ASSERT_EQ(n.s.sol.CONVSTAT, 1) << c.what;
+        expect_balanced(n, c.what);
+        const double vt = n.s.bus.VOLT(own), vc = n.s.bus.VOLT(held), q = n.s.cer.QGCER(i);
+        if (!c.in_service) {
+            EXPECT_EQ(q, 0) << c.what;
+            continue;
+        }
+        const double s = c.slope / c.units / (c.kind == 2 ? vt : 1);
+        const double most = c.most * c.units * vt * vt, least = c.least * c.units * vt * vt;
+        if (c.least < c.most) {
+            EXPECT_EQ(n.s.cer.KONCER(i), c.region) << c.what;
+        } else
+            EXPECT_NE(n.s.cer.KONCER(i), 2) << c.what;
+        switch (n.s.cer.KONCER(i)) {
+            case 1:
+                EXPECT_NEAR(q, most, CLOSE) << c.what;
+                EXPECT_LE(vc, c.reference + s * most + CLOSE) << c.what;
+                break;
+            case 3:
+                EXPECT_NEAR(q, least, CLOSE) << c.what;
+                EXPECT_GE(vc, c.reference + s * least - CLOSE) << c.what;
+                break;
+            default: EXPECT_NEAR(vc, c.reference + s * q, CLOSE) << c.what;
+        }
+    }
+}
+
+/// Two ways from a generator to a load; the device is in the second one.
+Network& two_ways(Network& n) {
+    n.generator(3, 1.02);
+    n.bus(0);
+    n.bus(0, 1, 1.0, 0.2);
+    n.branch(1, 2, 0.002, 0.05, 0.02);
+    n.branch(1, 3, 0.01, 0.15, 0.02);
+    return n;
+}
+
+TEST(SeriesCompensators, HoldTheirFlowOrStopAtALimit) {
+    enum End { held, lowest, highest, on_step, fixed };
+    struct {
+        const char* what;
+        int mode;
+        double target;
+        bool at_to;
+        int steps;
+        End end;
+    } const cases[] = {
+        {"power", 1, 0.62, false, 0, held},
+        {"power at the other end", 1, -0.62, true, 0, held},
+        {"current", 2, 0.62, false, 0, held},
+        {"more than it can", 1, 0.9, false, 0, lowest},
+        {"less than it can", 1, 0.3, false, 0, highest},
+        {"steps", 1, 0.62, false, 9, on_step},
+        {"steps at a limit", 1, 0.3, false, 9, on_step},
+        {"constant reactance", 3, 50, false, 0, fixed},
+    };
+    for (const auto& c : cases) {
+        Network n;
+        two_ways(n);
+        const int i = series_compensator(n, 2, 3, c.mode, c.target, c.at_to, c.steps), l = n.s.csc.LICSC(i);
+        n.ready().solve();
+        ASSERT_EQ(n.s.sol.CONVSTAT, 1) << c.what;
+        expect_balanced(n, c.what);
+        const auto [from, to] = drawn(n.s, l);
+        const double flow = (c.at_to ? to : from).real(), b = n.s.branch.BKM(l);
+        const double target = c.mode == 2 ? c.target * n.s.bus.VOLT(n.s.csc.NBECSC(i)) : c.target;
+        EXPECT_EQ(n.s.csc.NTYCSC(i), c.end == held || c.end == fixed) << c.what;
+        switch (c.end) {
+            case held: EXPECT_NEAR(flow, target, CLOSE) << c.what; break;
+            case lowest:
+                EXPECT_EQ(b, n.s.csc.BMNCSC(i)) << c.what;
+                EXPECT_LT(flow, target) << c.what;
+                break;
+            case highest:
+                EXPECT_EQ(b, n.s.csc.BMXCSC(i)) << c.what;
+                EXPECT_GT(flow, target) << c.what;
+                break;
+            case on_step: {
+                const double place = (0.05 - 1 / b) / 0.005;  // of the steps from the least reactance
+                EXPECT_NEAR(place, std::round(place), CLOSE) << c.what;
+                EXPECT_GT(flow, target - CLOSE) << c.what;
+                break;
+            }
+            case fixed: EXPECT_NEAR(b, 50, 1e-12) << c.what;
+        }
+    }
+}
+
+TEST(PhaseShifters, HoldTheirFlowOrStopAtALimit) {
+    enum End { held, lowest, highest };
+    struct {
+        const char* what;
+        int kind;
+        double target;
+        bool at_to;
+        double start;
+        End end;
+    } const cases[] = {
+        {"power", 2, 0.5, false, 0.01, held},
+        {"power at the other end", 2, -0.5, true, 0.01, held},
+        {"current", 1, 0.4, false, 0.01, held},
+        {"current at the other end", 1, -0.4, true, 0.01, held},
+        {"from its highest limit", 2, 0.5, false, 0.1, held},
+        {"from its lowest limit", 2, 0.5, false, -0.1, held},
+        {"more than it can", 2, 3, false, 0.01, highest},
+        {"less than it can", 2, -3, false, 0.01, lowest},
+        {"less than it can, other end", 2, 3, true, 0.01, lowest},
+    };
+    for (bool step : {false, true})
+        for (const auto& c : cases) {
+            Network n;
+            two_ways(n);
+            n.branch(2, 3, 0.01, 0.2);
+            const int i = phase_shifter(n, 2, 3, c.kind, c.target, c.at_to);
+            n.s.phs.PHS(i) = c.start;
+            n.s.phs.PHSMIN(i) = -0.1;
+            n.s.phs.PHSMAX(i) = 0.1;
+            if (step) n.run.opt.set("STEP"_opt);
+            n.ready().solve();
+            ASSERT_EQ(n.s.sol.CONVSTAT, 1) << c.what;
+            expect_balanced(n, c.what);
+            const auto [from, to] = drawn(n.s, n.s.tap.NOTAP(n.s.phs.NOPHS(i)));
+            const double flow = (c.at_to ? to : from).real();
+            const double target = c.kind == 1 ? c.target * n.s.bus.VOLT(n.s.phs.NBEPHS(i)) : c.target;
+            EXPECT_EQ(n.s.phs.FLGPHS(i), c.end != held) << c.what;
+            if (c.end == held) {
+                EXPECT_NEAR(flow, target, CLOSE) << c.what;
+                EXPECT_LT(std::abs(n.s.phs.PHS(i)), 0.1) << c.what;
+            } else
+                EXPECT_EQ(n.s.phs.PHS(i), c.end == lowest ? -0.1 : 0.1) << c.what;
+        }
+}
+
+}  // namespace
+}  // namespace korvane::testing
