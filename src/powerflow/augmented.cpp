@@ -4,6 +4,8 @@
 #include <cmath>
 
 #include "powerflow/capability.hpp"
+#include "powerflow/remote_voltage.hpp"
+#include "powerflow/taps.hpp"
 
 namespace korvane {
 
@@ -11,12 +13,30 @@ namespace {
 
 /// Controls and devices, in the order in which they act; their rows stand behind those of the buses in this order.
 constexpr Device DEVICES[] = {
+    {.name = "controlled buses",
+     .build = start_controlled_buses,
+     .assemble = assemble_controlled_buses,
+     .update = nullptr,
+     .settle = nullptr,
+     .adjust = nullptr},
+    {.name = "remote voltage",
+     .build = build_remote_voltage,
+     .assemble = nullptr,
+     .update = update_remote_voltage,
+     .settle = nullptr,
+     .adjust = nullptr},
     {.name = "capability",
      .build = build_capability,
      .assemble = assemble_capability,
      .update = update_capability,
      .settle = nullptr,
      .adjust = nullptr},
+    {.name = "taps",
+     .build = build_taps,
+     .assemble = nullptr,
+     .update = update_taps,
+     .settle = settle_taps,
+     .adjust = adjust_held_taps},
     {.name = "units",
      .build = nullptr,
      .assemble = nullptr,

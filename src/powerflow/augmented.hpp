@@ -48,6 +48,15 @@ inline Link link_of(Run& run, int l) {
     return slot.reversed() ? Link{pair.L, pair.U} : Link{pair.U, pair.L};
 }
 
+/// Under CILH, whether the island of bus k has ended without a solution: its controls rest.
+inline bool island_failed(const Run& run, int k) {
+    return run.opt["CILH"_opt] && run.mat.island(run.store.ilh.NOILHA2(k)).failed();
+}
+/// The multiplier of the correction of this pass at bus k.
+inline double step_of(const Run& run, int k) {
+    return run.opt["CILH"_opt] ? run.mat.island(run.store.ilh.NOILHA2(k)).XMI2 : run.store.sol.XMI;
+}
+
 /// Raises a residual of a control, and that of the island of bus k under CILH. A residual that is not a number stays.
 void meet_residual(Run& run, double Residuals::*which, double value, int k);
 /// The residual of a control at the start of a pass.

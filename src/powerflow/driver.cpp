@@ -12,17 +12,14 @@ namespace {
 constexpr struct {
     Option option;
     int warning;
-    bool newton_only;  // the iterations beside Newton honour it
 } NOT_YET[] = {
-    {"CREM"_opt, -964, true},  {"CTAP"_opt, -965, true},  {"CPHS"_opt, -966, false},
-    {"CSCA"_opt, -967, false}, {"CELO"_opt, -968, false}, {"FREQ"_opt, -969, false},
-    {"TABE"_opt, -971, false}, {"PLTG"_opt, -972, false}, {"CPER"_opt, -974, false},
+    {"CPHS"_opt, -966}, {"CSCA"_opt, -967}, {"CELO"_opt, -968}, {"FREQ"_opt, -969},
+    {"TABE"_opt, -971}, {"PLTG"_opt, -972}, {"CPER"_opt, -974},
 };
 
 void warn_of_options(Run& run) {
-    const bool newton = run.opt["NEWT"_opt] && !run.opt["FJAC"_opt] && !run.opt["LFDC"_opt];
-    for (const auto& [option, warning, newton_only] : NOT_YET)
-        if (run.opt[option] && (newton || !newton_only)) MSGPUT(run, "PWFSOL", warning);
+    for (const auto& [option, warning] : NOT_YET)
+        if (run.opt[option]) MSGPUT(run, "PWFSOL", warning);
 }
 
 // Every island takes the voltage 1 and the angle of its slack; generators their set points.

@@ -116,9 +116,10 @@ void assemble_branches(Run& run) {
     }
 }
 
-// Generation of row j. What a held voltage and a slack angle imply is read off the mismatch itself.
-void take_generation(GeneratorTables& gen, int j, int type, double v, Sides& side) {
-    if (type > 0) {
+// Generation of row j. What a held voltage and a slack angle imply is read off the mismatch itself; in a group the
+// reactive generation is an unknown of its own.
+void take_generation(GeneratorTables& gen, int j, int type, bool in_group, double v, Sides& side) {
+    if (type > 0 && !in_group) {
         gen.QGEN(j) = -side.WORK * v;
         side.WORK = 0;
     } else
@@ -154,7 +155,7 @@ void assemble_buses(Run& run) {
         const double g = m.GDIAG(k) * v, b = m.BDIAG(k) * v;
         Sides side = {sum.DELTA - pl - g, sum.WORK - ql + b};
         m.diagonal[r] = {.H = sum.WORK, .J = -sum.DELTA, .N = g - pl, .L = -ql - b};
-        if (const int j = m.work.NOBGEN(k)) take_generation(s.gen, j, type, v, side);
+        if (const int j = m.work.NOBGEN(k)) take_generation(s.gen, j, type, m.control.NTCST(j) != 0, v, side);
         m.side[r] = side;
         active.meet(std::abs(side.DELTA) * v, k);
         reactive.meet(std::abs(side.WORK) * v, k);
@@ -244,9 +245,10 @@ void apply_types(Run& run) {
         const auto r = std::size_t(p.NORDER(k) - 1);
         Block& d = m.diagonal[r];
         const double v = s.bus.VOLT(k);
-        if (type < 1) {
+        if (type < 1 || m.control.releases(j)) {
             d.L += s.gen.QGEN(j) / v;
             d.N += s.gen.PGEN(j) / v;
+            if (type > 0) m.work.held[r] |= REACTIVE_FREE;
         } else {
             d.J = d.N = 0;
             d.L = HELD;
@@ -555,9 +557,11 @@ void SOLVNW(Run& run, int& status) {
             }
             ++sol.NITP;
             if (!iterate(run, {"SOLVNW", devices(), reassemble})) break;
-        } else if (sol.CONVSTAT == 3)
+        } else if (settle(run))
+            sol.CONVSTAT = 0;
+        else if (sol.CONVSTAT == 3)
             break;
-        else if (!settle(run))
+        else
             sol.CONVSTAT = 1;
         if (sol.CONVSTAT <= 3)
             for (const Device& d : devices())

@@ -368,7 +368,7 @@ int capacity_of(const Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef
 
 OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to,
                       const bool* on, const bool* late, int pool) {
-    p.N = n;
+    p.N = p.buses = n;
     p.NFAT = p.naims = p.capacity = 0;
     const OrderFault fault = eliminate(p, w, n, nbr, from, to, on, late, pool);
     if (fault != OrderFault::none) return fault;
@@ -384,7 +384,7 @@ bool OPTIMO(Run& run, Pattern& p, int n, int nbr) {
     const BranchTables& b = run.store.branch;
     const bool* const late = run.mat.state.nlate > 0 ? run.mat.late.data() : nullptr;
     switch (find_order(p, run.mat.space, n, nbr, b.NFROM.data(), b.NTO.data(), b.STLIN.data(), late)) {
-        case OrderFault::none: return true;
+        case OrderFault::none: p.buses = run.store.bus.NB; return true;
         case OrderFault::cells: MSGPUT(run, "OPTIMO", 100); break;
         case OrderFault::fill: MSGPUT(run, "OPTIMO", 120); break;
         case OrderFault::entries: MSGPUT(run, "OPTIMO", 130, p.NFAT, element::number); break;

@@ -7,6 +7,7 @@
 
 #include "powerflow/augmented.hpp"
 #include "powerflow/capability.hpp"
+#include "powerflow/remote_voltage.hpp"
 
 namespace korvane {
 
@@ -35,7 +36,7 @@ struct Checker {
         return {j, k, s.bus.NTYPE(k), s.gen.QGEN(j), s.bus.VOLT(k), s.gen.QMIN(j), s.gen.QMAX(j)};
     }
 
-    bool may_leave(int j) const { return w.turns(j) < MOST_TURNS; }
+    bool may_leave(int j) const { return may_turn(run, j); }
 
     // The solution goes on, and the report names the bus.
     void changed(const At& g) {
@@ -44,7 +45,7 @@ struct Checker {
     }
     void turn(const At& g) {
         g.type = -g.type;
-        if (w.turns(g.j) < 255) ++w.turns(g.j);
+        note_turn(run, g.j);
         turned = true;
         changed(g);
     }
@@ -63,18 +64,20 @@ struct Checker {
 
 void Checker::generator(int j) {
     const At g = at(j);
-    const int remote = w.remote(j);  // the voltage that it holds is then that of another bus
-    const double slack = run.cte.TLPR, set = remote ? s.rcb.VRCB(remote) : s.gen.VGEN(j);
-    const double held = remote ? s.bus.VOLT(s.rcb.IRCB(remote)) : g.v;
+    // The voltage that it holds may be that of another bus, or its own at a limit of VLCR.
+    const ControlWork::RemoteRow* const remote = w.remote(j) ? &w.remote_row(w.remote(j)) : nullptr;
+    const bool elsewhere = remote && remote->active, in_group = w.NTCST(j) != 0;
+    const double slack = run.cte.TLPR, set = elsewhere ? remote->target : remote ? remote->terminal : s.gen.VGEN(j);
+    const double held = elsewhere ? s.bus.VOLT(remote->bus) : g.v;
     auto release = [&] {
         if (!may_leave(j)) return;
-        g.v = set;
-        dq(run, g.k) = 0;
+        if (!elsewhere) g.v = set;
+        if (!in_group) dq(run, g.k) = 0;
         turn(g);
     };
     if (g.type > 0) {
         if (!(g.q > g.high + slack || g.q < g.low - slack)) return;
-        generate(g, g.q > g.high + slack ? g.high : g.low, false);
+        generate(g, g.q > g.high + slack ? g.high : g.low, in_group);
         if (bring_in_unit(run, j)) {
             unit_came_in = true;
             changed(g);
@@ -138,16 +141,6 @@ void Checker::band(int j) {
 
 }  // namespace
 
-// Remote control beside Newton: it acts between the iterations, and has no equation that would note it.
-static void note_remote(Run& run) {
-    const Store& s = run.store;
-    auto& remote = run.mat.control.remote;
-    for (int i : rows(s.rcb.NRCB))
-        if (const int j = s.rcb.ICB(i), k = s.rcb.IRCB(i); j && k >= 1 && k <= s.bus.NB) remote(j) = i;
-    for (int i : rows(s.fcr.n))
-        if (const int j = s.fcr.row(i); j >= 1 && j <= s.gen.NG) remote(j) = 0;
-}
-
 void start_limits(Run& run) {
     const Store& s = run.store;
     ControlWork& w = run.mat.control;
@@ -155,10 +148,11 @@ void start_limits(Run& run) {
     w.exempt.fill(s.gen.NG, false);
     w.NTCST.fill(s.gen.NG, 0);
     w.remote.fill(s.gen.NG, 0);
+    w.releases.fill(s.gen.NG, false);
     w.machines = 0;
     for (int i : rows(s.fql.n))
         if (const int j = s.fql.row(i); j >= 1 && j <= s.gen.NG) w.exempt(j) = true;
-    if (run.opt["CREM"_opt] && !run.opt["NEWT"_opt]) note_remote(run);
+    if (run.opt["CREM"_opt] && !run.opt["FJAC"_opt]) note_remote_voltage(run);
     w.dispatches = 0;
 }
 
@@ -170,6 +164,13 @@ void reopen_reactive(Run& run, int k) {
     IslandState& island = run.mat.island(run.store.ilh.NOILHA2(k));
     island.residual.DQ = REOPENED;
     island.NODEQ2 = number;
+}
+
+bool may_turn(const Run& run, int j) { return run.mat.control.turns(j) < MOST_TURNS; }
+
+void note_turn(Run& run, int j) {
+    unsigned char& turns = run.mat.control.turns(j);
+    if (turns < 255) ++turns;
 }
 
 bool check_limits(Run& run, MismatchRow dq, bool by_island) {

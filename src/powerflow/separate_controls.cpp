@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "powerflow/solver.hpp"
+#include "powerflow/tap_steps.hpp"
 
 namespace korvane {
 
@@ -18,38 +19,6 @@ bool can_leave_limit(const Run& run, int j, double d) {
     const GeneratorTables& gen = run.store.gen;
     if (std::abs(gen.QMAX(j) - gen.QMIN(j)) <= run.cte.TLPR) return false;
     return d < 0 ? gen.QGEN(j) > gen.QMIN(j) : gen.QGEN(j) < gen.QMAX(j);
-}
-
-// Rows of a list, marked by the row that each names.
-template <class List>
-std::span<int> named_by(Store& s, const List& list, int n) {
-    const std::span<int> mark = row_scratch(s);
-    std::fill_n(mark.begin(), n + 1, 0);
-    for (int i : rows(list.n))
-        if (list.row(i) <= n) mark[std::size_t(list.row(i).at)] = 1;
-    return mark;
-}
-
-/// The ratio that the controlled voltage asks of a transformer, within its limits. Nothing when it is to stay.
-struct TapMove {
-    double ratio;
-    bool at_limit;
-};
-std::optional<TapMove> tap_move(const Run& run, int n, double error) {
-    const TapTables& tap = run.store.tap;
-    const double slack = run.cte.TLTC, a = 1 / tap.TAP(n), low = tap.TPMIN(n), high = tap.TPMAX(n);
-    constexpr double LARGE = double(0.002f);  // beyond it half of the error is enough
-    const double d = std::abs(error) > LARGE ? error / 2 : error;
-    const double next = a + (tap.KBUS(n) < 0 ? d : -d) * tap.FATRF(n);
-    if (next > high - slack) {
-        if (std::abs(a - high) <= slack) return std::nullopt;
-        return TapMove{high, true};
-    }
-    if (next < low + slack) {
-        if (std::abs(a - low) <= slack) return std::nullopt;
-        return TapMove{low, true};
-    }
-    return TapMove{next, false};
 }
 
 // A pass of BCSOLV up to the factorisation.

@@ -76,6 +76,9 @@ bool check_limits(Run& run, MismatchRow dq, bool by_island);
 /// A control has changed something at bus k: its reactive mismatch stands for unsolved on this pass, under CILH that of
 /// its island too.
 void reopen_reactive(Run& run, int k);
+/// Whether generator j has not changed the type of its bus too often to do so again; and that it has done it once more.
+bool may_turn(const Run& run, int j);
+void note_turn(Run& run, int j);
 /// Tells the buses that have been kept at a limit in this way: LIMREA warning -900.
 void tell_stuck(Run& run);
 

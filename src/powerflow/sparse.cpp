@@ -100,7 +100,8 @@ VECTOR_CLONES int factor_rows(BlockPair* fat, Block* diagonal, const Pattern& p,
             Four& to = four(diagonal[row[e]]);
             to = to - LEFT_COLUMN(scaled) * UPPER_ROW(u) - RIGHT_COLUMN(scaled) * LOWER_ROW(u);
         }
-        if (std::max(std::max(size[0], size[1]), std::max(size[2], size[3])) > WEAK) [[unlikely]]
+        if (std::max(std::max(size[0], size[1]), std::max(size[2], size[3])) > WEAK && p.bus[std::size_t(k)] <= p.buses)
+            [[unlikely]]
             weak.add(k);
         for (int e = begin; e + 1 < end; ++e) {
             if (const int at = aim[e]; at == SAME_ROWS) {

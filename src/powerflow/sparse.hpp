@@ -12,6 +12,7 @@
 #include "frame/run.hpp"
 #include "network/limits.hpp"
 #include "network/store.hpp"
+#include "powerflow/controlled_buses.hpp"
 #include "powerflow/powerflow.hpp"
 
 namespace korvane {
@@ -33,6 +34,8 @@ constexpr double HELD = 999999986991104.0;
 
 /// Unknowns that a row holds: their correction is nothing, to the last bit.
 constexpr unsigned char ANGLE_HELD = 1, VOLTAGE_HELD = 2;
+/// The reactive equation of a row only tells a generation that holds the voltage of another bus.
+constexpr unsigned char REACTIVE_FREE = 4;
 
 /// 2x2 block [H N; J L]: rows are the active and the reactive equation, columns the angle and the voltage. It lies in
 /// memory by columns, so that a product with a pair of unknowns needs no shuffling.
@@ -61,6 +64,7 @@ struct Slot {
 /// The elimination order of a network and all that follows from it.
 struct Pattern {
     int N;         // rows
+    int buses;     // of these real buses: pivots of equations of controls are weak on purpose
     int NFAT;      // entries of the factors, counted also when they are too many
     int capacity;  // 0; -k: entries run out at row k; N + 1: a row has more than MXCOL columns
 
@@ -162,9 +166,50 @@ struct ControlWork {
     Table<bool, MXGEN> exempt;          // IPQLIM: the generator is not limited
     Table<unsigned char, MXGEN> turns;  // how often its bus changed its type in this solution
 
-    // generators that hold the voltage of another bus, written by what controls it
-    Table<int, MXGEN> NTCST;   // member of a group: 2, -2 at a reactive limit; 0 else
-    Table<int, MXGEN> remote;  // its row among the remote controls, 0 for none
+    // buses whose voltage is held from elsewhere
+    ControlledBuses held;
+
+    // generators that hold the voltage of another bus
+    /// A generator of the lists: what it controls, its equation, and the branches from there.
+    struct RemoteRow {
+        int generator, bus;     // generator row; controlled bus
+        double target;          // voltage of the controlled bus, pu
+        int equation;           // its fictitious bus
+        int to_own, to_bus;     // branches to its bus and to the controlled bus
+        int to_next;            // first of the branches to the equations of those behind it in a group
+        bool group;             // its reactive generation is an unknown: shared, or forced by TGER
+        bool active;            // LCREM_LIM: false while its terminal voltage is at a limit
+        double terminal;        // that limit, pu
+        unsigned char returns;  // how often it came back from there
+    };
+    int remotes;
+    Table<RemoteRow, MXGEN> remote_row;
+    Table<int, MXGEN> NTCST;      // of a generator in a group: 2, -2 at a reactive limit; 0 else
+    Table<int, MXGEN> remote;     // of a generator: its row of remote_row, 0 for none
+    Table<bool, MXGEN> releases;  // of a generator: on this pass the voltage of its own bus is free
+
+    // taps
+    /// A tap of the lists: its equation, and the branches from there.
+    struct TapRow {
+        int tap, bus;             // tap row; controlled bus
+        int equation;             // its fictitious bus
+        int to_from, to_to;       // branches to the ends of the transformer
+        int to_bus;               // to the controlled bus: one of the two, or a third
+        int leader, to_leader;    // row of the parallel tap that it follows, 0 for none; branch to its equation
+        int count;                // NTAP_CONT: returns from a limit, then passes beside the matrix; -1: it stays
+        int stopped;              // NITP when it met a limit
+        bool active;              // LTAP_LIM
+        bool standby;             // a generator of the list can still act
+        bool took_over;           // it has acted for the generators
+        bool moves;               // its equation acts on this pass
+        bool discrete;            // it is to end on a position
+        double step;              // distance of positions, of a
+        int steps;                // taken beside the matrix
+        double best, best_error;  // of these: 1/a with the least voltage error, pu
+    };
+    int taps;
+    Table<TapRow, MXTAP> tap_row;
+    Table<bool, MXILH> awake, frozen;  // taps of an island; without CILH the first stands for all
 
     // individual generators
     Table<int, MXGEI> operating;  // units in operation at the start of the solution

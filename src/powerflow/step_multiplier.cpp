@@ -119,7 +119,7 @@ void add_bus(const Run& run, int k, Cubic& cubic) {
     const unsigned char held = run.mat.work.held[r];
     const Sides &a = run.mat.mismatch[r], &c = run.mat.work.sum(k);
     if (!(held & ANGLE_HELD)) cubic.add(a.DELTA, c.DELTA);
-    if (!(held & VOLTAGE_HELD)) cubic.add(a.WORK, c.WORK);
+    if (!(held & (VOLTAGE_HELD | REACTIVE_FREE))) cubic.add(a.WORK, c.WORK);
 }
 
 }  // namespace

@@ -1,0 +1,379 @@
+// The unknown of a tap is the change of t = 1/a, its equation holds the voltage of the controlled bus c:
+//
+//     x(c) + e x(f) = (Vset - V(c)) / V(c)
+//
+// x(c) being the relative change of V(c). The weight e is slight: it shares a bus evenly among taps on different
+// branches, whose equations are the same but for it. It has the sign of dV(c)/dt, so that it never works against it.
+#include "powerflow/taps.hpp"
+
+#include <cmath>
+
+#include "powerflow/augmented.hpp"
+#include "powerflow/tap_steps.hpp"
+
+namespace korvane {
+
+namespace {
+
+using TapRow = ControlWork::TapRow;
+
+/// The weight e. Admittances move far more than this, and what it leaves of the error is gone with the next pass.
+constexpr double SLIGHT = 1e-4;
+/// Steps beside the matrix, after which a tap that hunts is stopped.
+constexpr int MOST_STEPS = 10;
+
+/// Returns from a limit that a tap has inside the matrix.
+int most_returns(const Run& run) { return int(0.1f * float(run.cte.ACIT)); }
+
+/// The island whose flags a controlled bus obeys.
+int region(const Run& run, int k) { return run.opt["CILH"_opt] ? int(run.store.ilh.NOILHA2(k)) : 1; }
+
+bool in_play(const Run& run, int k) {
+    const ControlWork& w = run.mat.control;
+    return w.awake(region(run, k)) && !w.frozen(region(run, k)) && !island_failed(run, k);
+}
+
+// --- build
+
+bool controllable(const Store& s, int n) {
+    const int l = s.tap.NOTAP(n), c = std::abs(s.tap.KBUS(n).at);
+    return l >= 1 && l <= s.branch.NL && s.branch.STLIN(l) && (s.branch.LTYPE(l) == 3 || s.branch.LTYPE(l) == 4) &&
+           c >= 1 && c <= s.bus.NB && s.tap.TPMIN(n) > 0 && s.tap.TPMAX(n) >= s.tap.TPMIN(n);
+}
+
+// Distance of the positions of tap row n, 0 for none.
+double position_step(const Run& run, int n) {
+    const TapTables& tap = run.store.tap;
+    const int positions = tap.NTSTP(n) ? tap.NTSTP(n) : run.cte.TSTP;
+    return positions < 2 ? 0 : (tap.TPMAX(n) - tap.TPMIN(n)) / (positions - 1);
+}
+
+/// The last tap of the list of a bus that lies between the same buses as branch l, 0 for none.
+int parallel_cell(const Run& run, int head, int l) {
+    const Store& s = run.store;
+    const ControlledBuses& lists = run.mat.control.held;
+    int found = 0;
+    for (int c = head; c; c = lists.cell(c).next) {
+        if (lists.cell(c).code > Holder::standby_tap) continue;
+        const int other = s.tap.NOTAP(lists.cell(c).device);
+        if (s.branch.NFROM(other) == s.branch.NFROM(l) && s.branch.NTO(other) == s.branch.NTO(l)) found = c;
+    }
+    return found;
+}
+
+// Tap row i takes its place in the list of its bus, behind the tap that it is parallel to, which then leads it.
+void enter_list(Run& run, int i) {
+    ControlWork& w = run.mat.control;
+    ControlledBuses& lists = w.held;
+    TapRow& row = w.tap_row(i);
+    const int head = lists.head(row.bus);
+    if (!head) {
+        append_cell(lists, row.bus, Holder::tap, row.tap, i);
+        return;
+    }
+    row.standby = lists.is_generator(head);
+    if (row.standby) row.active = false;
+    const Holder alone = row.standby ? Holder::standby_tap : Holder::further_tap;
+    const int beside = parallel_cell(run, head, run.store.tap.NOTAP(row.tap));
+    if (!beside) {
+        append_cell(lists, row.bus, alone, row.tap, i);
+        return;
+    }
+    const int other = lists.cell(beside).number, leader = w.tap_row(other).leader ? w.tap_row(other).leader : other;
+    const bool follows = w.tap_row(leader).count >= 0 && row.count >= 0;
+    if (follows) row.leader = leader;
+    const Holder code = follows && !row.standby ? Holder::parallel_tap : alone;
+    if (code == Holder::parallel_tap) lists.cell(beside).code = code;
+    insert_cell_behind(lists, beside, code, row.tap, i);
+}
+
+void add_row(Run& run, int n, bool stays, bool discrete) {
+    TapTables& tap = run.store.tap;
+    ControlWork& w = run.mat.control;
+    TapRow& row = w.tap_row(++w.taps) = {};
+    row.tap = n;
+    row.bus = std::abs(tap.KBUS(n).at);
+    row.step = position_step(run, n);
+    row.discrete = discrete && row.step > 0;
+    const double limit = tap.NTTAP(n) == 1 ? tap.TPMAX(n) : tap.TPMIN(n);
+    if (tap.NTTAP(n) && !(std::abs(1 / tap.TAP(n) - limit) <= run.cte.TLTC)) tap.NTTAP(n) = 0;
+    if (run.opt["CTAF"_opt] && tap.NTTVF(n) < 0) tap.NTTVF(n) = 1;
+    row.count = stays ? -1 : 0;
+    row.active = !stays && tap.NTTAP(n) == 0;
+    row.equation = add_fictitious_bus(run, Equation::tap, w.taps);
+    enter_list(run, w.taps);
+}
+
+void add_branches(Run& run, TapRow& row) {
+    const Store& s = run.store;
+    const int l = s.tap.NOTAP(row.tap), from = s.branch.NFROM(l), to = s.branch.NTO(l);
+    row.to_from = add_fictitious_branch(run, row.equation, from);
+    row.to_to = add_fictitious_branch(run, row.equation, to);
+    row.to_bus = row.bus == from ? row.to_from
+                 : row.bus == to ? row.to_to
+                                 : add_fictitious_branch(run, row.equation, row.bus);
+    if (row.leader)
+        row.to_leader = add_fictitious_branch(run, row.equation, run.mat.control.tap_row(row.leader).equation);
+}
+
+// --- the pass
+
+// A tap with a band rests while the voltage is inside; outside it aims at the centre, or at the limit that was passed.
+void check_band(Run& run, TapRow& row) {
+    TapTables& tap = run.store.tap;
+    const int n = row.tap;
+    if (!run.opt["CTAF"_opt] || tap.NTTVF(n) == 0 || row.standby) return;
+    if (row.active && tap.NTTVF(n) < 0) tap.NTTVF(n) = 1;
+    if (tap.NTTVF(n) < 0 || row.count < 0) return;
+    const double v = run.store.bus.VOLT(row.bus), low = tap.VMNTVF(n), high = tap.VMXTVF(n);
+    row.active = v < low - run.cte.TLTC || v > high + run.cte.TLTC;
+    if (!row.active) return;
+    tap.NTTVF(n) = -1;
+    tap.VBARRA(n) = !tap.TVFLIM(n) ? (low + high) / 2 : v < low ? low : high;
+}
+
+// A tap at a limit that the voltage no longer asks for moves again. What the pass that stopped it left is no voltage
+// to go by yet.
+void leave_limit(Run& run, TapRow& row) {
+    Store& s = run.store;
+    if (row.active || row.standby || row.count < 0 || row.count >= most_returns(run)) return;
+    if (s.tap.NTTAP(row.tap) == 0) return;
+    if (s.sol.NITP <= row.stopped && !(run.mat.state.DQMAXIMO <= run.cte.TEPR)) return;
+    const double error = s.bus.VOLT(row.bus) - tap_target(run, row.tap);
+    if (!(std::abs(error) > run.cte.TLVC) || at_explaining_limit(run, row.tap, error)) return;
+    s.tap.NTTAP(row.tap) = 0;
+    row.active = true;
+    ++row.count;
+}
+
+// Derivatives of the rows of both ends by t, with y = g + jb the admittance without the tap:
+//
+//     from   dP/V: -(g c + b s) Vm + 2 t g Vk        dQ/V: (b c - g s) Vm - 2 t b Vk
+//     to     dP/V:  (b s - g c) Vk                   dQ/V: (b c + g s) Vk
+void write_column(Run& run, const TapRow& row) {
+    const Store& s = run.store;
+    const int l = s.tap.NOTAP(row.tap);
+    const double t = s.tap.TAP(row.tap), g = s.branch.GKM(l) / t, b = s.branch.BKM(l) / t;
+    const double sine = run.mat.SINDIK(l), cosine = run.mat.COSDIK(l);
+    const double vk = s.bus.VOLT(s.branch.NFROM(l)), vm = s.bus.VOLT(s.branch.NTO(l));
+    Block& from = link_of(run, row.to_from).to_from;
+    from.N = -(g * cosine + b * sine) * vm + 2 * t * g * vk;
+    from.L = (b * cosine - g * sine) * vm - 2 * t * b * vk;
+    Block& to = link_of(run, row.to_to).to_from;
+    to.N = (b * sine - g * cosine) * vk;
+    to.L = (b * cosine + g * sine) * vk;
+}
+
+void write_voltage_equation(Run& run, TapRow& row) {
+    const Store& s = run.store;
+    const double v = s.bus.VOLT(row.bus), error = tap_target(run, row.tap) - v, slack = run.cte.TLVC;
+    double right = std::abs(error) < slack ? 0 : error / v;
+    if (run.opt["CNTC"_opt] && std::abs(right) > run.cte.VSTP) right = std::copysign(run.cte.VSTP, right);
+    const std::size_t r = row_of(run, row.equation);
+    run.mat.diagonal[r].L = rises_with_ratio(s.tap, row.tap) ? -SLIGHT : SLIGHT;
+    run.mat.side[r].WORK = right;
+    link_of(run, row.to_bus).from_to.L = 1;
+    if (s.sol.NITP > 0 || !at_explaining_limit(run, row.tap, -error))
+        meet_residual(run, &Residuals::DV, std::abs(right) * v, row.bus);
+}
+
+// Parallel taps have one position: that of the first.
+void write_equality(Run& run, TapRow& row) {
+    const TapTables& tap = run.store.tap;
+    const std::size_t r = row_of(run, row.equation);
+    const double error = tap.TAP(run.mat.control.tap_row(row.leader).tap) - tap.TAP(row.tap);
+    run.mat.diagonal[r].L = 1;
+    run.mat.side[r].WORK = error;
+    link_of(run, row.to_leader).from_to.L = -1;
+    meet_residual(run, &Residuals::DV, std::abs(error), row.bus);
+}
+
+// --- movements
+
+// Tap row i of the tables to t, at most to its limits. True when it met one where it did not stand before.
+bool move_within(Run& run, int n, double t) {
+    TapTables& tap = run.store.tap;
+    const double slack = run.cte.TLTC, lowest = 1 / tap.TPMAX(n), highest = 1 / tap.TPMIN(n), before = tap.TAP(n);
+    if (!std::isfinite(t)) return false;
+    tap.NTTAP(n) = t < lowest - slack ? 1 : t > highest + slack ? 2 : 0;
+    const double to = tap.NTTAP(n) == 1 ? lowest : tap.NTTAP(n) == 2 ? highest : t;
+    if (to != before) change_tap(run, n, to);
+    return tap.NTTAP(n) != 0 && std::abs(before - to) > slack;
+}
+
+void note_limit(Run& run, int n) {
+    const Store& s = run.store;
+    note_switch(run.mat.state, -s.bus.NOINT(s.branch.NFROM(s.tap.NOTAP(n))));
+}
+
+void follow(Run& run, const TapRow& row) {
+    TapTables& tap = run.store.tap;
+    const int leader = run.mat.control.tap_row(row.leader).tap;
+    move_within(run, row.tap, tap.TAP(leader));
+}
+
+// A step beside the matrix. The error is the voltage less its target. True when the tap moves; `near` then tells that
+// it met no limit.
+bool step_beside(Run& run, TapRow& row, double error, bool& near) {
+    TapTables& tap = run.store.tap;
+    const int n = row.tap;
+    if (row.steps == 0 || std::abs(error) < row.best_error) {
+        row.best = tap.TAP(n);
+        row.best_error = std::abs(error);
+    }
+    const auto move = tap_move(run, n, error);
+    if (!move) return false;
+    near = !move->at_limit;
+    if (++row.steps > MOST_STEPS) {
+        const Store& s = run.store;
+        MSGPUT(run, "ETCTAP", -900, s.bus.NOINT(s.branch.NFROM(s.tap.NOTAP(n))), element::bus_number);
+        row.count = -1;
+        near = false;
+        const bool moves = row.best != tap.TAP(n);
+        change_tap(run, n, row.best);
+        return moves;
+    }
+    if (move->at_limit) note_limit(run, n);
+    tap.NTTAP(n) = !move->at_limit ? 0 : move->ratio == tap.TPMAX(n) ? 1 : 2;
+    change_tap(run, n, 1 / move->ratio);
+    return true;
+}
+
+}  // namespace
+
+bool build_taps(Run& run) {
+    Store& s = run.store;
+    ControlWork& w = run.mat.control;
+    w.taps = 0;
+    w.awake.fill(std::max(1, int(s.ilh.count)), false);
+    w.frozen.fill(std::max(1, int(s.ilh.count)), false);
+    if (!run.opt["CTAP"_opt]) return true;
+    const std::span<int> stays = named_by(s, s.tpf, s.branch.NL);
+    bool chosen = false;  // some taps are to end on positions; without any, all are
+    for (int n : rows(s.tap.NTAP)) chosen = chosen || (controllable(s, n) && s.tap.FTPDIS(n));
+    for (int n : rows(s.tap.NTAP))
+        if (controllable(s, n)) add_row(run, n, stays[std::size_t(s.tap.NOTAP(n).at)] != 0, !chosen || s.tap.FTPDIS(n));
+    for (int i : rows(w.taps)) add_branches(run, w.tap_row(i));
+    return equations_fit(run, "ETCTAP");
+}
+
+void wake_taps(Run& run) {
+    ControlWork& w = run.mat.control;
+    if (!run.opt["CILH"_opt])
+        w.awake(1) = w.awake(1) || run.mat.state.DQMAXIMO <= run.cte.TPST;
+    else
+        for (int i : rows(run.store.ilh.count)) w.awake(i) = w.awake(i) || run.mat.island(i).DQMAXIMO2 <= run.cte.TPST;
+}
+
+void let_taps_take_over(Run& run, int head) {
+    const Store& s = run.store;
+    ControlWork& w = run.mat.control;
+    ControlledBuses& lists = w.held;
+    if (!lists.is_generator(head)) return;
+    bool any_free = false;
+    int c = head;
+    for (; c && lists.is_generator(c); c = lists.cell(c).next)
+        any_free = any_free || s.bus.NTYPE(s.gen.NOGEN(lists.cell(c).device)) > 0;
+    for (; c; c = lists.cell(c).next) {
+        if (lists.cell(c).code > Holder::standby_tap) continue;
+        TapRow& row = w.tap_row(lists.cell(c).number);
+        row.standby = any_free;
+        if (any_free || row.took_over || row.count < 0) continue;
+        row.took_over = row.active = true;
+        row.count = most_returns(run);
+    }
+}
+
+void write_tap_row(Run& run, int i) {
+    ControlWork& w = run.mat.control;
+    TapRow& row = w.tap_row(i);
+    row.moves = false;
+    if (!in_play(run, row.bus) || run.store.bus.NTYPE(row.bus) > 0) return;
+    if (row.leader) {
+        if (!w.tap_row(row.leader).moves) return;
+        write_equality(run, row);
+    } else {
+        check_band(run, row);
+        leave_limit(run, row);
+        if (!row.active || row.standby) return;
+        write_voltage_equation(run, row);
+    }
+    row.moves = true;
+    write_column(run, row);
+}
+
+void update_taps(Run& run) {
+    TapTables& tap = run.store.tap;
+    ControlWork& w = run.mat.control;
+    for (int i : rows(w.taps)) {
+        TapRow& row = w.tap_row(i);
+        if (!row.moves) continue;
+        if (row.leader) {
+            follow(run, row);
+            continue;
+        }
+        const double change = run.mat.side[row_of(run, row.equation)].WORK * step_of(run, row.bus);
+        if (move_within(run, row.tap, tap.TAP(row.tap) + change)) note_limit(run, row.tap);
+        if (tap.NTTAP(row.tap) == 0) continue;
+        row.active = false;
+        row.stopped = run.store.sol.NITP;
+    }
+}
+
+bool settle_taps(Run& run) {
+    TapTables& tap = run.store.tap;
+    ControlWork& w = run.mat.control;
+    if (!run.opt["CTAP"_opt] || !run.opt["TAPD"_opt]) return false;
+    bool moved = false;
+    for (int i : rows(w.taps)) {
+        TapRow& row = w.tap_row(i);
+        const int n = row.tap;
+        if (!in_play(run, row.bus) || !row.discrete || row.count < 0) continue;
+        const double a = 1 / tap.TAP(n);
+        const double to = nearest_position(a, tap.TPMIN(n), tap.TPMAX(n), row.step, run.cte.TLTC);
+        row.active = false;
+        row.count = -1;
+        if (to == a) continue;
+        change_tap(run, n, 1 / to);
+        moved = true;
+    }
+    auto freeze = [&](int i) { w.frozen(i) = w.frozen(i) || w.awake(i); };
+    if (!run.opt["CILH"_opt])
+        freeze(1);
+    else
+        for (int i : rows(run.store.ilh.count))
+            if (!run.mat.island(i).failed()) freeze(i);
+    return moved;
+}
+
+void adjust_held_taps(Run& run) {
+    Store& s = run.store;
+    ControlWork& w = run.mat.control;
+    if (w.taps == 0) return;
+    auto& moved = run.mat.work.moved;
+    const int returns = most_returns(run);
+    bool any = false, all_clear = false;
+    for (int i : rows(w.taps)) {
+        TapRow& row = w.tap_row(i);
+        if (row.leader || row.active || row.standby || row.count < returns || !in_play(run, row.bus)) continue;
+        if (s.tap.NTTAP(row.tap) == 0 && row.steps == 0) continue;  // at rest inside its band
+        ++row.count;
+        if (s.bus.NTYPE(row.bus) > 0) continue;
+        const double error = s.bus.VOLT(row.bus) - tap_target(run, row.tap);
+        bool near = false;
+        if (!(std::abs(error) > run.cte.TLVC) || !step_beside(run, row, error, near)) continue;
+        if (!all_clear) moved.fill(s.bus.NB, false);
+        all_clear = any = true;
+        moved(row.bus) = moved(row.bus) || near;
+    }
+    if (!any) return;
+    for (int i : rows(w.taps)) {
+        const TapRow& row = w.tap_row(i);
+        if (row.leader && w.tap_row(row.leader).steps > 0) follow(run, row);
+        if (!row.leader && moved(row.bus)) s.bus.VOLT(row.bus) = tap_target(run, row.tap);
+    }
+    s.sol.CONVSTAT = 0;
+    run.mat.state.residual.DQ = REOPENED;
+}
+
+}  // namespace korvane

@@ -1,0 +1,24 @@
+// Automatic taps inside the Newton matrix.
+#pragma once
+#include "powerflow/solver.hpp"
+
+namespace korvane {
+
+/// ETCTAP: with CTAP the taps of transformers in service that are under control. Messages 100, 110.
+bool build_taps(Run& run);
+/// Taps take their corrections and stop at their limits.
+void update_taps(Run& run);
+/// TAPD: taps to end on positions take the nearest one; none moves any more. True when one moved.
+bool settle_taps(Run& run);
+/// Taps that have left their limits too often move beside the matrix, a step a pass. Ends with ETCTAP -900 for one that
+/// does not come to rest: it stays where its voltage error was least.
+void adjust_held_taps(Run& run);
+
+/// The row of tap row i of the work tables.
+void write_tap_row(Run& run, int i);
+/// Taps wake when the reactive mismatch is small enough, and stay awake.
+void wake_taps(Run& run);
+/// Taps behind generators in the list that begins at a cell act once none of these can.
+void let_taps_take_over(Run& run, int head);
+
+}  // namespace korvane
