@@ -19,7 +19,8 @@ struct Columns {
     int first, last;
 };
 constexpr Columns BUS = {1, 5}, TYPE = {8, 8}, VOLTAGE = {25, 28}, CONTROLLED_BY_GENERATOR = {53, 58};
-constexpr Columns FROM = {1, 5}, TO = {11, 15}, TAP = {39, 43}, TAP_MIN = {44, 48}, TAP_MAX = {49, 53};
+constexpr Columns FROM = {1, 5}, TO = {11, 15}, REACTANCE = {27, 32}, TAP = {39, 43}, TAP_MIN = {44, 48},
+                  TAP_MAX = {49, 53};
 constexpr Columns CONTROLLED_BY_TAP = {59, 64};
 
 std::string get(const std::string& card, Columns c) {
@@ -83,21 +84,30 @@ ControlledDeck with_controls(const std::string& name, const std::string& lines) 
             put(cards.lines[cards.bus_line[k]], VOLTAGE, std::to_string(int(std::lround(1000 * solved[k]))));
     };
 
-    std::map<int, std::vector<int>> next;
+    std::map<int, std::map<int, double>> next;  // susceptance to the neighbours of a bus
     for (const std::size_t i : cards.branches) {
         const int k = number(cards.lines[i], FROM), m = number(cards.lines[i], TO);
-        next[k].push_back(m);
-        next[m].push_back(k);
+        const double b = 1 / std::max(1e-3, std::abs(std::atof(get(cards.lines[i], REACTANCE).c_str())));
+        next[k][m] += b;
+        next[m][k] += b;
     }
+    // What a generator does at its own bus has to show at the bus that it is to hold.
+    const auto moves = [&](int g, int k) {
+        double all = 0;
+        for (const auto& [m, b] : next[k]) all += b;
+        return next[k][g] > 0.2 * all;
+    };
     int generators = 0;
     for (const std::size_t i : cards.buses) {
-        if (get(cards.lines[i], TYPE) != "1" || ++generators % 10 != 0) continue;
-        for (const int k : next[number(cards.lines[i], BUS)]) {
-            if (!cards.load_bus(k) || by_generator.contains(k)) continue;
+        if (get(cards.lines[i], TYPE) != "1") continue;
+        if (10 * made.remotes > generators++) continue;
+        const int g = number(cards.lines[i], BUS);
+        for (const auto& [k, b] : next[g]) {
+            if (!cards.load_bus(k) || by_generator.contains(k) || !moves(g, k)) continue;
             put(cards.lines[i], CONTROLLED_BY_GENERATOR, std::to_string(k));
             hold(k);
             by_generator.insert(k);
-            remote.insert(number(cards.lines[i], BUS));
+            remote.insert(g);
             ++made.remotes;
             break;
         }
