@@ -3,6 +3,7 @@
 #include <cmath>
 #include <map>
 
+#include "casestore/side_links.hpp"
 #include "casestore/side_network.hpp"
 #include "network/branch_data.hpp"
 #include "network/branch_rows.hpp"
@@ -18,6 +19,7 @@ constexpr int TOO_MANY_BUSES = 106, WRONG_HEAD = 110, SHORT = 115, BUSES_FULL = 
               WRONG_AREA = 180, TAPS_FULL = 190, WRONG_NUMBER = 200, TAP_ASTRAY = 210, PHASE_ASTRAY = 220,
               SLACK_ASTRAY = 230, SLACK_IDLE = 240, SLACKS_FULL = 250, LOADS_FULL = 310;
 constexpr double LEAST_TOLERANCE = 0.01, PMAX_MW = 99999;
+constexpr double ROUNDING = 1e-5;  // pu, of generation that links were taken out of
 
 using Pair = std::pair<int, int>;
 
@@ -32,6 +34,8 @@ struct Vectors {
     std::vector<int> regulated, controlled, tap_controlled, slacks;
     std::vector<double> set_point, qmin, qmax, tap_voltage, tap, tap_min, tap_max, phase;
     std::array<std::vector<double>, 6> load;  // P and Q at constant power, current, impedance
+    std::vector<TerminalPower> terminals;     // of links, which are in the store already
+    int message = 0;                          // of the links
 };
 
 std::vector<double> reals(SideReader& in, int n) {
@@ -57,7 +61,7 @@ std::vector<Pair> pairs(SideReader& in, int n) {
     return v;
 }
 
-Vectors take(SideReader& in, const SideHead& h, SideForm form) {
+Vectors take(Store& s, SideReader& in, const SideHead& h, SideForm form) {
     Vectors v;
     const bool flow = form == SideForm::flow;
     v.area_name = texts(in, SIDE_AREAS, 36);
@@ -87,6 +91,8 @@ Vectors take(SideReader& in, const SideHead& h, SideForm form) {
         v.slacks = halves(in, h.slacks);
     else
         v.slacks = {h.slack};
+    if (flow && h.links != 0) v.message = read_links(s, in, h.links, v.terminals);
+    if (v.message) return v;
     if (h.loads != 0)
         for (auto& column : v.load) column = reals(in, h.rows);
     if (flow) v.number = halves(in, h.rows);
@@ -113,6 +119,7 @@ private:
     void phases();
     void slacks();
     void loads();
+    void links();
 
     bool fail(bool wrong, int message, int element = 0) {
         if (wrong && fault_.message == 0) fault_ = {message, element};
@@ -203,11 +210,14 @@ void NetworkReader::buses() {
             s.sht.NOSHT(n) = k;
             s.sht.SHUNT(n) = v.shunt[i];
         }
-        if (v.pgen[i] == 0 && v.qgen[i] == 0) continue;
+        double p = v.pgen[i], q = v.qgen[i];
+        for (const TerminalPower& t : v.terminals)
+            if (t.number == number) p += t.p, q += t.q;
+        if (v.terminals.empty() ? p == 0 && q == 0 : std::abs(p) + std::abs(q) < ROUNDING) continue;
         const int j = generator(k);
         if (j == 0) return;
-        s.gen.PGEN(j) = v.pgen[i];
-        s.gen.QGEN(j) = v.qgen[i];
+        s.gen.PGEN(j) = p;
+        s.gen.QGEN(j) = q;
     }
 }
 
@@ -343,12 +353,26 @@ void NetworkReader::loads() {
     }
 }
 
+// Converters find their buses, and what they take leaves the generation that the file tells.
+void NetworkReader::links() {
+    constexpr int ASTRAY = 300;
+    for (int c : rows(s.cnv.NCNV)) {
+        const int k = bus(s.cnv.INTBUS(c));
+        if (fail(k == 0 || s.cnv.NDCBUS(c) == 0, ASTRAY, s.cnv.INTBUS(c))) return;
+        s.cnv.INTBUS(c) = k;
+    }
+    LNKADR(run);
+    for (const TerminalPower& t : v.terminals)
+        for (int i : rows(s.trm.NTRM))
+            if (s.bus.NOINT(s.trm.NOLDC(i)) == t.number) s.trm.PLDC(i) = t.p, s.trm.QLDC(i) = t.q;
+}
+
 SideFault NetworkReader::read() {
     constants();
     areas();
     for (void (NetworkReader::*const step)() :
          {&NetworkReader::buses, &NetworkReader::branches, &NetworkReader::regulated, &NetworkReader::taps,
-          &NetworkReader::phases, &NetworkReader::slacks, &NetworkReader::loads})
+          &NetworkReader::phases, &NetworkReader::slacks, &NetworkReader::loads, &NetworkReader::links})
         if (fault_.message == 0) (this->*step)();
     if (fault_.message == 0) rebuild_addresses(run);
     return fault_;
@@ -371,8 +395,10 @@ SideFault network_from_side(Run& run, SideForm form, const SideHead& head, SideR
     else if (!sound(head))
         fault = {WRONG_HEAD, 0};
     if (fault.message == 0) {
-        const Vectors vectors = take(in, head, form);
-        fault = in.short_of() ? SideFault{SHORT, 0} : NetworkReader(run, head, vectors).read();
+        const Vectors vectors = take(run.store, in, head, form);
+        fault = vectors.message ? SideFault{vectors.message, 0}
+                : in.short_of() ? SideFault{SHORT, 0}
+                                : NetworkReader(run, head, vectors).read();
     }
     if (fault.message) RESET(run);
     return fault;

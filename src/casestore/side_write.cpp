@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "casestore/side_links.hpp"
 #include "casestore/side_network.hpp"
 #include "network/branch_rows.hpp"
 #include "powerflow/solver.hpp"
@@ -153,6 +154,7 @@ void NetworkWriter::fill_head(SideHead& h) const {
     h.TEPA = run.cte.TEPA, h.TEPR = run.cte.TEPR, h.TLVC = run.cte.TLVC;
     h.slacks = int(slacks_.size());
     for (int i : rows(s.fld.NFLD)) h.loads += on(s.fld.NOFLD(i));
+    if (flow_) h.links = links_in_service(s);
 }
 
 void NetworkWriter::areas() {
@@ -309,6 +311,7 @@ SideFault NetworkWriter::write(SideHead& head) {
             for (int i = 0; i < n; ++i) out.word(0);
     voltages();
     if (slacks_.size() > 1) halves(slacks_, [&](int i) { return number(s.gen.NOGEN(s.slk.NGSLK(i))); });
+    if (head.links > 0) write_links(s, out);
     if (head.loads > 0) loads();
     if (flow_) halves(row_, [&](int k) { return number(k); });
     return {};

@@ -314,6 +314,91 @@ TEST(SideFiles, Damaged) {
     }
 }
 
+// Links and what they take from their buses come back by the flow interface file; in the model file they are
+// generation.
+TEST(SideFiles, Links) {
+    Session n(std::string(NETWORK) + "FIM\n");
+    Store& s = n.run.store;
+    for (int link = 1; link <= 2; ++link) {
+        s.ldc.NINLNK(add_row(s.ldc)) = 10 * link;
+        s.ldc.STUELO(link) = link == 2;  // the first one is out of service
+        s.ldc.VBLNK(link) = 600;
+        s.ldc.NAMLNK(link) = "ELO";
+        for (int end = 0; end < 2; ++end) {
+            const int b = add_row(s.dcb), c = add_row(s.cnv);
+            s.dcb.NDCINT(b) = b;
+            s.dcb.IPOLE(b) = end ? 1 : 2;
+            s.dcb.LINKDC(b) = link;
+            s.dcb.NDGLT(b) = 1;
+            s.cnv.NCVINT(c) = c;
+            s.cnv.INTBUS(c) = bus_of(s, end ? 12 : 7);
+            s.cnv.NDCBUS(c) = b;
+            s.cnv.NPCNV(c) = 4;
+            s.cnv.VVSCNV(c) = 127.4;
+            s.cnv.CTAP(c) = 0.95;
+            s.cnv.DL(c) = 0.3;
+            s.cnv.DMX(c) = 1.2;
+        }
+        const int l = add_row(s.dcl);
+        s.dcl.NDCFR(l) = 2 * link - 1;
+        s.dcl.NDCTO(l) = 2 * link;
+        s.dcl.DRL(l) = 5.5;
+    }
+    rebuild_addresses(n.run);
+    ASSERT_EQ(s.trm.NTRM, 2);
+    for (int t : rows(2)) s.trm.PLDC(t) = s.bus.NOINT(s.trm.NOLDC(t)) == 7 ? 0.2 : -0.19, s.trm.QLDC(t) = 0.1;
+    for (const SideForm form : {SideForm::model, SideForm::flow}) {
+        SideHead head;
+        SideWriter stream;
+        ASSERT_EQ(network_to_side(n.run, form, head, stream).message, 0);
+        Session back;
+        korvane::Run& run = back.start().run;
+        SideReader in({stream.words().begin(), stream.words().end()});
+        ASSERT_EQ(network_from_side(run, form, head_from(head_bytes(head, form)), in).message, 0);
+        const Store& t = run.store;
+        const bool flow = form == SideForm::flow;
+        map_bus_rows(run.store);
+        const auto generation = [&](int number) {
+            const int j = t.map.NGADR(bus_of(t, number));
+            return j ? t.gen.PGEN(j) : 0;
+        };
+        EXPECT_NEAR(generation(7), flow ? 0.3 : 0.1, 1e-6);
+        EXPECT_NEAR(generation(12), flow ? 0 : 0.19, 1e-6);
+        ASSERT_EQ(t.ldc.NLDC, flow ? 1 : 0);
+        if (!flow) continue;
+        EXPECT_EQ(stray_reference(run.store), "");
+        EXPECT_EQ(t.ldc.NINLNK(1), 20);
+        EXPECT_EQ(t.ldc.NAMLNK(1).trimmed(), "ELO");
+        ASSERT_EQ(t.dcb.NDCB, 2);
+        EXPECT_EQ(t.dcb.NDCINT(1), 3);
+        ASSERT_EQ(t.dcl.NDCL, 1);
+        EXPECT_EQ(t.dcl.NDCTO(1), 2);
+        EXPECT_FLOAT_EQ(float(t.dcl.DRL(1)), 5.5f);
+        ASSERT_EQ(t.cnv.NCNV, 2);
+        EXPECT_EQ(t.bus.NOINT(t.cnv.INTBUS(2)), 12);
+        EXPECT_EQ(t.cnv.NDCBUS(2), 2);
+        EXPECT_NEAR(t.cnv.VVSCNV(1), 127.4, 1e-4);
+        EXPECT_NEAR(t.cnv.CTAP(1), 0.95, 1e-6);
+        EXPECT_NEAR(t.cnv.DL(1), 0.3, 1e-6);
+        EXPECT_NEAR(t.cnv.DMX(1), 1.2, 1e-6);
+        ASSERT_EQ(t.trm.NTRM, 2);
+        EXPECT_NEAR(t.trm.PLDC(1) + t.trm.PLDC(2), 0.01, 1e-6);
+        // Counts and places that cannot be.
+        const std::vector<std::uint32_t> sound(stream.words().begin(), stream.words().end());
+        std::set<int> messages;
+        for (std::size_t at = 0; at < sound.size(); ++at) {
+            auto words = sound;
+            words[at] = 1000;
+            SideReader damaged(std::move(words));
+            messages.insert(network_from_side(run, form, head, damaged).message);
+        }
+        for (const int message : {0, 270, 280, 290, 295, 300}) EXPECT_TRUE(messages.contains(message)) << message;
+        head.links = 37;
+        SideReader many(sound);
+        EXPECT_EQ(network_from_side(run, form, head, many).message, 260);
+    }
+}
+
 // The two slacks stand in front of the six columns of the loads.
 TEST(SideFiles, SlacksThatAreNotThere) {
     Session n(std::string(NETWORK) + "FIM\n");
