@@ -19,7 +19,9 @@ using TapRow = ControlWork::TapRow;
 
 /// The weight e. Admittances move far more than this, and what it leaves of the error is gone with the next pass.
 constexpr double SLIGHT = 1e-4;
-/// Steps beside the matrix, after which a tap that hunts is stopped.
+/// A step beside the matrix is in vain when it leaves more than this of the least error so far. So many of them, and
+/// the tap hunts: it is stopped.
+constexpr double PROGRESS = 0.9;
 constexpr int MOST_STEPS = 10;
 
 /// Returns from a limit that a tap has inside the matrix.
@@ -217,14 +219,17 @@ void follow(Run& run, const TapRow& row) {
 bool step_beside(Run& run, TapRow& row, double error, bool& near) {
     TapTables& tap = run.store.tap;
     const int n = row.tap;
-    if (row.steps == 0 || std::abs(error) < row.best_error) {
+    const bool nearer = !row.stepped || std::abs(error) < PROGRESS * row.best_error;
+    if (nearer) {
         row.best = tap.TAP(n);
         row.best_error = std::abs(error);
     }
     const auto move = tap_move(run, n, error);
     if (!move) return false;
     near = !move->at_limit;
-    if (++row.steps > MOST_STEPS) {
+    row.stepped = true;
+    row.vain = nearer ? 0 : row.vain + 1;
+    if (row.vain > MOST_STEPS) {
         const Store& s = run.store;
         MSGPUT(run, "ETCTAP", -900, s.bus.NOINT(s.branch.NFROM(s.tap.NOTAP(n))), element::bus_number);
         row.count = -1;
@@ -280,7 +285,6 @@ void let_taps_take_over(Run& run, int head) {
         row.standby = any_free;
         if (any_free || row.took_over || row.count < 0) continue;
         row.took_over = row.active = true;
-        row.count = most_returns(run);
     }
 }
 
@@ -356,7 +360,7 @@ void adjust_held_taps(Run& run) {
     for (int i : rows(w.taps)) {
         TapRow& row = w.tap_row(i);
         if (row.leader || row.active || row.standby || row.count < returns || !in_play(run, row.bus)) continue;
-        if (s.tap.NTTAP(row.tap) == 0 && row.steps == 0) continue;  // at rest inside its band
+        if (s.tap.NTTAP(row.tap) == 0 && !row.stepped) continue;  // at rest inside its band
         ++row.count;
         if (s.bus.NTYPE(row.bus) > 0) continue;
         const double error = s.bus.VOLT(row.bus) - tap_target(run, row.tap);
@@ -369,7 +373,7 @@ void adjust_held_taps(Run& run) {
     if (!any) return;
     for (int i : rows(w.taps)) {
         const TapRow& row = w.tap_row(i);
-        if (row.leader && w.tap_row(row.leader).steps > 0) follow(run, row);
+        if (row.leader && w.tap_row(row.leader).stepped) follow(run, row);
         if (!row.leader && moved(row.bus)) s.bus.VOLT(row.bus) = tap_target(run, row.tap);
     }
     s.sol.CONVSTAT = 0;
