@@ -78,7 +78,7 @@ ControlledDeck with_controls(const std::string& name, const std::string& lines) 
     testing::each_row(testing::reference_folder(name) + "/solution.csv",
                       [&](const std::vector<double>& row) { solved[int(row[0])] = row[1]; });
     ControlledDeck made{"", 0, 0};
-    std::set<int> by_generator, remote;  // buses held by a generator elsewhere, and the buses of those
+    std::set<int> by_generator;  // buses held by a generator elsewhere
     const auto hold = [&](int k) {
         if (cards.load_bus(k))
             put(cards.lines[cards.bus_line[k]], VOLTAGE, std::to_string(int(std::lround(1000 * solved[k]))));
@@ -107,7 +107,6 @@ ControlledDeck with_controls(const std::string& name, const std::string& lines) 
             put(cards.lines[i], CONTROLLED_BY_GENERATOR, std::to_string(k));
             hold(k);
             by_generator.insert(k);
-            remote.insert(g);
             ++made.remotes;
             break;
         }
@@ -118,8 +117,12 @@ ControlledDeck with_controls(const std::string& name, const std::string& lines) 
         const double tap = std::atof(get(card, TAP).c_str());
         const int from = number(card, FROM), to = number(card, TO);
         const auto free = [&](int k) { return cards.load_bus(k) && !by_generator.contains(k); };
-        const int k = free(to) ? to : free(from) || remote.contains(to) ? from : to;
-        if (remote.contains(k)) continue;
+        // An end, else a bus next to one: where the tap moves something whatever the generators do.
+        int k = free(to) ? to : free(from) ? from : 0;
+        for (const int end : {to, from})
+            for (const auto& [m, b] : next[end])
+                if (k == 0 && free(m)) k = m;
+        if (k == 0) continue;
         put(card, TAP_MIN, decimals(tap - 0.1));
         put(card, TAP_MAX, decimals(tap + 0.1));
         put(card, CONTROLLED_BY_TAP, std::to_string(k));

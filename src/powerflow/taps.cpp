@@ -6,6 +6,7 @@
 // branches, whose equations are the same but for it. It has the sign of dV(c)/dt, so that it never works against it.
 #include "powerflow/taps.hpp"
 
+#include <algorithm>
 #include <cmath>
 
 #include "powerflow/augmented.hpp"
@@ -179,14 +180,15 @@ void write_voltage_equation(Run& run, TapRow& row) {
         meet_residual(run, &Residuals::DV, std::abs(right) * v, row.bus);
 }
 
-// Parallel taps have one position: that of the first.
+// Parallel taps have one position: that of the first, as far as the limits of the other let it.
 void write_equality(Run& run, TapRow& row) {
     const TapTables& tap = run.store.tap;
     const std::size_t r = row_of(run, row.equation);
-    const double error = tap.TAP(run.mat.control.tap_row(row.leader).tap) - tap.TAP(row.tap);
+    const double lead = tap.TAP(run.mat.control.tap_row(row.leader).tap);
+    const double to = std::clamp(lead, 1 / tap.TPMAX(row.tap), 1 / tap.TPMIN(row.tap)), error = to - tap.TAP(row.tap);
     run.mat.diagonal[r].L = 1;
     run.mat.side[r].WORK = error;
-    link_of(run, row.to_leader).from_to.L = -1;
+    if (to == lead) link_of(run, row.to_leader).from_to.L = -1;
     meet_residual(run, &Residuals::DV, std::abs(error), row.bus);
 }
 
@@ -304,6 +306,26 @@ void write_tap_row(Run& run, int i) {
     }
     row.moves = true;
     write_column(run, row);
+}
+
+bool restrain_taps(Run& run) {
+    constexpr double FAR = 0.5;  // of the range beyond its end: a shorter overshoot is cut off by the update
+    TapTables& tap = run.store.tap;
+    ControlWork& w = run.mat.control;
+    bool any = false;
+    for (int i : rows(w.taps)) {
+        TapRow& row = w.tap_row(i);
+        if (!row.moves || row.leader) continue;
+        const int n = row.tap;
+        const double lowest = 1 / tap.TPMAX(n), highest = 1 / tap.TPMIN(n), beyond = FAR * (highest - lowest);
+        const double t = tap.TAP(n) + run.mat.side[row_of(run, row.equation)].WORK;
+        if (!(t < lowest - beyond) && !(t > highest + beyond)) continue;
+        any = true;
+        if (move_within(run, n, t)) note_limit(run, n);
+        row.active = false;
+        row.stopped = run.store.sol.NITP;
+    }
+    return any;
 }
 
 void update_taps(Run& run) {

@@ -6,6 +6,9 @@ namespace korvane {
 
 /// ETCTAP: with CTAP the taps of transformers in service that are under control. Messages 100, 110.
 bool build_taps(Run& run);
+/// Taps that the solution would take far beyond a limit, as their voltage hardly follows them, stop there. True when any
+/// did: what the solution says of the network rests on their whole steps.
+bool restrain_taps(Run& run);
 /// Taps take their corrections and stop at their limits.
 void update_taps(Run& run);
 /// TAPD: taps to end on positions take the nearest one; none moves any more. True when one moved.
