@@ -10,6 +10,7 @@
 #include "powerflow/capability.hpp"
 #include "powerflow/load_models.hpp"
 #include "powerflow/solver.hpp"
+#include "powerflow/taps.hpp"
 
 namespace korvane {
 
@@ -521,8 +522,13 @@ bool converged(Run& run) {
 }
 
 bool iterate(Run& run, const Pass& pass) {
-    if (!factor(run, pass)) return false;
-    solve(run, pass);
+    constexpr int ROUNDS = 3;
+    for (int round = 0;; ++round) {
+        if (!factor(run, pass)) return false;
+        solve(run, pass);
+        if (pass.devices.empty() || round == ROUNDS || !stop_overshooting_taps(run)) break;
+        pass.assemble(run);
+    }
     update(run, pass.devices);
     if (run.opt["RCVG"_opt]) report_iteration(run);
     if (run.opt["CILH"_opt] && run.store.sol.CONVSTAT == 3) go_on_for_islands(run);
