@@ -25,6 +25,9 @@ constexpr double SLIGHT = 1e-4;
 constexpr double PROGRESS = 0.9;
 constexpr int MOST_STEPS = 10;
 
+/// A correction that passes a limit by more than the range of the tap and this is one that no tap can follow.
+constexpr double MARGIN = 0.05;
+
 /// Returns from a limit that a tap has inside the matrix.
 int most_returns(const Run& run) { return int(0.1f * float(run.cte.ACIT)); }
 
@@ -141,7 +144,8 @@ void leave_limit(Run& run, TapRow& row) {
     Store& s = run.store;
     if (row.active || row.standby || row.count < 0 || row.count >= most_returns(run)) return;
     if (s.tap.NTTAP(row.tap) == 0) return;
-    if (s.sol.NITP <= row.stopped && !(run.mat.state.DQMAXIMO <= run.cte.TEPR)) return;
+    if (s.sol.NITP < row.stopped) return;
+    if (s.sol.NITP == row.stopped && !(run.mat.state.DQMAXIMO <= run.cte.TEPR)) return;
     const double error = s.bus.VOLT(row.bus) - tap_target(run, row.tap);
     if (!(std::abs(error) > run.cte.TLVC) || at_explaining_limit(run, row.tap, error)) return;
     s.tap.NTTAP(row.tap) = 0;
@@ -309,7 +313,6 @@ void write_tap_row(Run& run, int i) {
 }
 
 bool restrain_taps(Run& run) {
-    constexpr double FAR = 0.5;  // of the range beyond its end: a shorter overshoot is cut off by the update
     TapTables& tap = run.store.tap;
     ControlWork& w = run.mat.control;
     bool any = false;
@@ -317,14 +320,19 @@ bool restrain_taps(Run& run) {
         TapRow& row = w.tap_row(i);
         if (!row.moves || row.leader) continue;
         const int n = row.tap;
-        const double lowest = 1 / tap.TPMAX(n), highest = 1 / tap.TPMIN(n), beyond = FAR * (highest - lowest);
+        const double lowest = 1 / tap.TPMAX(n), highest = 1 / tap.TPMIN(n), far = highest - lowest + MARGIN;
         const double t = tap.TAP(n) + run.mat.side[row_of(run, row.equation)].WORK;
-        if (!(t < lowest - beyond) && !(t > highest + beyond)) continue;
-        any = true;
+        if (t > lowest - far && t < highest + far) continue;
         if (move_within(run, n, t)) note_limit(run, n);
+        if (tap.NTTAP(n) == 0) continue;  // no number at all
         row.active = false;
-        row.stopped = run.store.sol.NITP;
+        row.stopped = run.store.sol.NITP + 1;
+        any = true;
     }
+    if (any)
+        for (int i : rows(w.taps))
+            if (const TapRow& row = w.tap_row(i); row.leader && row.moves && !w.tap_row(row.leader).active)
+                follow(run, row);
     return any;
 }
 

@@ -337,9 +337,8 @@ TEST(Taps, TowardsAnEmptyBusAreHeld) {
         Feeder n(0);
         n.s.bus.PLOAD(n.load) = c.load;
         n.s.tap.KBUS(n.t) = c.controlled;
-        n.run.opt.set("CNTC"_opt);
         n.solve();
-        EXPECT_TRUE(n.s.sol.CONVSTAT == 1 || c.load != 0) << c.what << ": a tap may ask for more than there is";
+        EXPECT_EQ(n.s.sol.CONVSTAT, 1) << c.what << ": a tap with next to no effect does no harm";
         EXPECT_EQ(n.s.tpf.n, c.held) << c.what;
         n.solve();
         EXPECT_EQ(n.s.tpf.n, c.held) << c.what << ": once";
