@@ -80,7 +80,7 @@ bool check_limits(Run& run, MismatchRow dq, bool by_island);
 /// its island too.
 void reopen_reactive(Run& run, int k);
 /// Whether generator j has not changed the type of its bus too often to do so again; and that it has done it once more.
-bool may_turn(const Run& run, int j);
+bool may_turn(Run& run, int j);
 void note_turn(Run& run, int j);
 /// Tells the buses that have been kept at a limit in this way: LIMREA warning -900.
 void tell_stuck(Run& run);
