@@ -19,7 +19,8 @@ struct Columns {
     int first, last;
 };
 constexpr Columns BUS = {1, 5}, TYPE = {8, 8}, VOLTAGE = {25, 28}, CONTROLLED_BY_GENERATOR = {53, 58};
-constexpr Columns FROM = {1, 5}, TO = {11, 15}, TAP = {39, 43}, TAP_MIN = {44, 48}, TAP_MAX = {49, 53};
+constexpr Columns FROM = {1, 5}, TO = {11, 15}, REACTANCE = {27, 32}, TAP = {39, 43}, TAP_MIN = {44, 48},
+                  TAP_MAX = {49, 53};
 constexpr Columns CONTROLLED_BY_TAP = {59, 64};
 
 std::string get(const std::string& card, Columns c) {
@@ -77,27 +78,35 @@ ControlledDeck with_controls(const std::string& name, const std::string& lines) 
     testing::each_row(testing::reference_folder(name) + "/solution.csv",
                       [&](const std::vector<double>& row) { solved[int(row[0])] = row[1]; });
     ControlledDeck made{"", 0, 0};
-    std::set<int> by_generator, remote;  // buses held by a generator elsewhere, and the buses of those
+    std::set<int> by_generator;  // buses held by a generator elsewhere
     const auto hold = [&](int k) {
         if (cards.load_bus(k))
             put(cards.lines[cards.bus_line[k]], VOLTAGE, std::to_string(int(std::lround(1000 * solved[k]))));
     };
 
-    std::map<int, std::vector<int>> next;
+    std::map<int, std::map<int, double>> next;  // susceptance to the neighbours of a bus
     for (const std::size_t i : cards.branches) {
         const int k = number(cards.lines[i], FROM), m = number(cards.lines[i], TO);
-        next[k].push_back(m);
-        next[m].push_back(k);
+        const double b = 1 / std::max(1e-3, std::abs(std::atof(get(cards.lines[i], REACTANCE).c_str())));
+        next[k][m] += b;
+        next[m][k] += b;
     }
+    // What a generator does at its own bus has to show at the bus that it is to hold.
+    const auto moves = [&](int g, int k) {
+        double all = 0;
+        for (const auto& [m, b] : next[k]) all += b;
+        return next[k][g] > 0.2 * all;
+    };
     int generators = 0;
     for (const std::size_t i : cards.buses) {
-        if (get(cards.lines[i], TYPE) != "1" || ++generators % 10 != 0) continue;
-        for (const int k : next[number(cards.lines[i], BUS)]) {
-            if (!cards.load_bus(k) || by_generator.contains(k)) continue;
+        if (get(cards.lines[i], TYPE) != "1") continue;
+        if (10 * made.remotes > generators++) continue;
+        const int g = number(cards.lines[i], BUS);
+        for (const auto& [k, b] : next[g]) {
+            if (!cards.load_bus(k) || by_generator.contains(k) || !moves(g, k)) continue;
             put(cards.lines[i], CONTROLLED_BY_GENERATOR, std::to_string(k));
             hold(k);
             by_generator.insert(k);
-            remote.insert(number(cards.lines[i], BUS));
             ++made.remotes;
             break;
         }
@@ -108,8 +117,12 @@ ControlledDeck with_controls(const std::string& name, const std::string& lines) 
         const double tap = std::atof(get(card, TAP).c_str());
         const int from = number(card, FROM), to = number(card, TO);
         const auto free = [&](int k) { return cards.load_bus(k) && !by_generator.contains(k); };
-        const int k = free(to) ? to : free(from) || remote.contains(to) ? from : to;
-        if (remote.contains(k)) continue;
+        // An end, else a bus next to one: where the tap moves something whatever the generators do.
+        int k = free(to) ? to : free(from) ? from : 0;
+        for (const int end : {to, from})
+            for (const auto& [m, b] : next[end])
+                if (k == 0 && free(m)) k = m;
+        if (k == 0) continue;
         put(card, TAP_MIN, decimals(tap - 0.1));
         put(card, TAP_MAX, decimals(tap + 0.1));
         put(card, CONTROLLED_BY_TAP, std::to_string(k));

@@ -11,9 +11,9 @@ struct ControlledDeck {
 };
 
 /// The deck of a reference network, then the lines given and FIM, in which every transformer has limits a tenth to both
-/// sides of its tap and holds the voltage of one of its ends (but not that of a generator that holds another), and a
-/// tenth of the generators hold that of a load bus next to them. The set points are the voltages of the reference
-/// solution to three decimals; the reactive limits of the slack are open.
+/// sides of its tap and holds the voltage of a load bus, one of its ends if there is one, and a tenth of the generators
+/// hold that of a load bus next to them that they can move. The set points are the voltages of the reference solution
+/// to three decimals; the reactive limits of the slack are open.
 ControlledDeck with_controls(const std::string& name, const std::string& lines);
 
 }  // namespace korvane::bench

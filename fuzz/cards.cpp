@@ -7,16 +7,16 @@
 #include "app/code_table.hpp"
 #include "frame/run.hpp"
 #include "network/store.hpp"
+#include "null_platform.hpp"
 #include "powerflow/powerflow.hpp"
 
 namespace {
 
 using namespace korvane;
 
-class BytesPlatform : public Platform {
+class BytesPlatform : public fuzz::NullPlatform {
 public:
     explicit BytesPlatform(std::string_view bytes) : bytes_(bytes) {}
-    InputKind standard_input() const override { return InputKind::redirected; }
     std::optional<std::string> read_console() override {
         if (at_ >= bytes_.size()) return std::nullopt;
         const auto end = std::min(bytes_.find('\n', at_), bytes_.size());
@@ -28,19 +28,10 @@ public:
             if (line.find(option) != line.npos) line = "INFO";
         return line;
     }
-    void write_console(std::string_view) override {}
-    bool flush_console() override { return true; }
     // Written decks go nowhere, so that the writer too meets every network.
     std::optional<std::string> environment(const std::string& name) const override {
         return name == "KVN$PUNCH" ? std::optional<std::string>("/dev/null") : std::nullopt;
     }
-    std::string working_directory() const override { return "/"; }
-    std::string program_directory() const override { return KORVANE_BIN; }
-    Moment now() const override { return {2000, 1, 1, 0, 0, 0}; }
-    double elapsed_seconds() const override { return 0; }
-    double random() override { return 0.5; }
-    int shell(const std::string&) override { return -1; }
-    bool message_box(std::string_view) override { return false; }
 
 private:
     std::string_view bytes_;

@@ -224,7 +224,7 @@ constexpr CodeRow NAMED[] = {
     {75, "DPGE", {k(1, 750)}, INPPGE, own<75>},
     {76, "DQGE", {k(1, 760)}, INPQGE, own<76>},
     {77, "DOS ", {}, DOSCMD},
-    {78, "FLOW"},
+    {78, "FLOW", {}, exchange_flow},
     {79, "TITU", {}, INPTIT},
     {80, "COMP"},
     {81, "PRES", {k(1, 810)}},

@@ -169,12 +169,38 @@ std::string branches_csv(Run& run) {
     return csv.take();
 }
 
+// One line for every transformer under tap control.
+std::string transformers_csv(Run& run) {
+    const Store& s = run.store;
+    const BranchTables& b = s.branch;
+    std::vector<char> held(std::size_t(b.NL) + 1);
+    for (int i : rows(s.tpf.n)) held[std::size_t(s.tpf.row(i).at)] = 1;
+    Csv csv("from,to,circuit,in_service,state,controlled_bus,target_pu,voltage_pu,tap,tap_min,tap_max");
+    for (int t : rows(s.tap.NTAP)) {
+        const int l = s.tap.NOTAP(t), k = std::abs(s.tap.KBUS(t).at);
+        if (l == 0 || (b.LTYPE(l) != 3 && b.LTYPE(l) != 4)) continue;
+        const int from = b.NFROM(l), to = b.NTO(l);
+        if (from == 0 || to == 0 || k == 0) continue;  // removed in a block that did not come to its end
+        const std::string_view state = held[std::size_t(l)]  ? "held"
+                                       : s.tap.NTTAP(t) == 1 ? "max"
+                                       : s.tap.NTTAP(t) == 2 ? "min"
+                                       : s.bus.NTYPE(k) > 0  ? "standby"
+                                                             : "free";
+        csv << s.bus.NOINT(from) << s.bus.NOINT(to) << b.NCIR(l) << int(b.STLIN(l)) << state << s.bus.NOINT(k)
+            << s.tap.VBUS(t) << s.bus.VOLT(k) << 1.0 / s.tap.TAP(t) << s.tap.TPMIN(t) << s.tap.TPMAX(t);
+        csv.end_row();
+    }
+    return csv.take();
+}
+
 std::optional<std::string> export_run(Run& run, const std::string& folder, int status) {
     // A stop inside a solve leaves the store without what is out of service.
     if (run.store.cmp.compacted) STOON(run);
     if (!make_folder(folder)) return folder;
-    const std::pair<const char*, std::string> files[] = {
-        {"/buses.csv", buses_csv(run)}, {"/branches.csv", branches_csv(run)}, {"/run.json", run_json(run, status)}};
+    const std::pair<const char*, std::string> files[] = {{"/buses.csv", buses_csv(run)},
+                                                         {"/branches.csv", branches_csv(run)},
+                                                         {"/transformers.csv", transformers_csv(run)},
+                                                         {"/run.json", run_json(run, status)}};
     for (const auto& [name, text] : files)
         if (!write_whole_file(folder + name, text)) return folder + name;
     return std::nullopt;

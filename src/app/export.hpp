@@ -14,6 +14,7 @@ std::string run_json(const Run& run, int status);
 /// One row a bus and one a branch, in the order of the store.
 std::string buses_csv(Run& run);
 std::string branches_csv(Run& run);
+std::string transformers_csv(Run& run);
 
 /// Writes the three files into the folder, which is made when it is missing, each whole or not at all. Also after a
 /// run that stopped on errors. Gives the path that could not be written, nothing when all is well.

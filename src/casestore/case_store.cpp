@@ -1,17 +1,17 @@
 // ARQV and SNAP: what the options ask of the case file.
 #include "casestore/case_answers.hpp"
 #include "casestore/case_io.hpp"
+#include "casestore/case_operations.hpp"
 #include "casestore/case_pages.hpp"
 #include "casestore/casestore.hpp"
 #include "casestore/record_file.hpp"
+#include "casestore/side_stream.hpp"
 #include "frame/card_text.hpp"
 
 #include <algorithm>
 #include <optional>
 
 namespace korvane {
-
-namespace {
 
 // Messages of CNFILE.
 constexpr int NO_INPUT = 100, NOT_A_NUMBER = 105, WRONG_NUMBER = 110, READ_ONLY = 120, NO_DIRECTORY = 130,
@@ -24,12 +24,12 @@ void abandon(Run& run) {
     INTERR(run);
 }
 
-/// Somebody else writes the file: told under CNFILE, whatever was asked.
-bool in_use(Run& run, int error) {
-    if (error != BUSY) return false;
-    MSGPUT(run, "CNFILE", IN_USE);
-    return true;
+bool in_use(Run& run, bool busy) {
+    if (busy) MSGPUT(run, "CNFILE", IN_USE);
+    return busy;
 }
+
+namespace {
 
 // --- the operations
 
@@ -41,7 +41,7 @@ void initialise(Run& run, Records& r) {
     if (refuse(run, answer == Answer::none, 120) || refuse(run, answer == Answer::other, 100)) return abandon(run);
     if (answer == Answer::no) return;
     Writing scope(r);
-    if (in_use(run, scope ? 0 : scope.admission() == Admission::busy ? BUSY : 0)) return abandon(run);
+    if (in_use(run, scope.admission() == Admission::busy)) return abandon(run);
     // A file that is there keeps its size at least.
     Directory d;
     int records = std::clamp(run.cte.HIST, 2, RECORD_CEILING - 1);
@@ -54,7 +54,7 @@ void remove(Run& run, Records& r, int n) {
     LDFORM(run, "DELCAS");
     constexpr int DONE = 1, NO_CASE = 100, NO_DIRECTORY_HERE = 105, LOST = -110;
     Writing scope(r);
-    if (in_use(run, !scope && scope.admission() == Admission::busy ? BUSY : 0)) return abandon(run);
+    if (in_use(run, scope.admission() == Admission::busy)) return abandon(run);
     Directory d;
     CaseHead head;
     bool lost = false;
@@ -104,7 +104,7 @@ void save(Run& run, Records& r, int n) {
     if (run.opt["KORV"_opt]) run.ctl.KNTRL[16] = false;
     const SaveOutcome out = write_case(run, r, request_of(run, n));
     run.cas.CASFULL = out.error != 0;
-    if (in_use(run, out.error)) return abandon(run);
+    if (in_use(run, out.error == BUSY)) return abandon(run);
     LDFORM(run, "SAVCAS");
     constexpr int DONE = 2, REPLACES = 3, LOST = -180;
     const bool print = run.opt["IMPR"_opt];
@@ -126,7 +126,7 @@ bool restore(Run& run, Records& r, int n) {
     if (out.error) {
         run.cas.held = 0;
         const bool counted = out.error >= 200 && out.error <= 400 && out.error != 390;
-        if (!in_use(run, out.error))
+        if (!in_use(run, out.error == BUSY))
             refuse(run, true, out.error, counted ? out.element : 0, counted ? element::number : element::none);
         MSGOUT(run);
         if (out.error == 140) print_line(run, VERSIONS, {out.head.version, CURRENT_VERSION});
@@ -183,16 +183,15 @@ bool directory_there(Records& r) {
     return scope && d.read(r);
 }
 
-/// ARQV on the file of cases. True when a case was restored.
-bool act_on_cases(Run& run, const RecordFile& file) {
+/// ARQV on a file of cases. True when a case was restored.
+bool act_on_cases(Run& run, const CaseOperations& operations, Records& r) {
     const Options& o = run.opt;
-    FileRecords r(machine_disk(), file.descriptor(), file.path(), CASE_RECORD, file.writable());
     if (o["INIC"_opt]) {
-        initialise(run, r);
+        operations.initialise(run, r);
         return false;
     }
     if (!o["ELIM"_opt] && !o["GRAV"_opt] && !o["REST"_opt]) {
-        list_cases(run, r);
+        operations.list(run, r);
         return false;
     }
     const std::optional<int> n = case_number(run);
@@ -200,19 +199,21 @@ bool act_on_cases(Run& run, const RecordFile& file) {
     bool restored = false;
     Go go = n ? Go::on : Go::no;
     if (o["ELIM"_opt]) {
-        if (n) remove(run, r, *n);
+        if (n) operations.remove(run, r, *n);
     } else if (o["GRAV"_opt]) {
         if (n) go = unsolved_case(run);
-        if (go == Go::on) save(run, r, *n);
+        if (go == Go::on) operations.save(run, r, *n);
     } else {
-        if (n && refuse(run, !directory_there(r), NO_DIRECTORY)) go = Go::no;
-        if (go == Go::on) restored = restore(run, r, *n);
+        if (n && refuse(run, !operations.directory_there(r), NO_DIRECTORY)) go = Go::no;
+        if (go == Go::on) restored = operations.restore(run, r, *n);
     }
     if (go == Go::no) abandon(run);
     return restored;
 }
 
 }  // namespace
+
+const CaseOperations SAVED_CASES = {initialise, list_cases, directory_there, remove, save, restore};
 
 bool CNFILE(Run& run) {
     const Options& o = run.opt;
@@ -222,14 +223,17 @@ bool CNFILE(Run& run) {
     run.pag.NLINE = run.pag.LPP;
     run.pag.PAUSOK = false;
     if (!o["INIC"_opt] && !by_number && !o["LIST"_opt]) return false;
-    const auto& file = run.units.cases;
+    const bool model = o["PECO"_opt];
+    const auto& file = model ? run.units.model : run.units.cases;
     const bool writes = o["ELIM"_opt] || o["GRAV"_opt];
-    if (refuse(run, o["PECO"_opt], NO_SIDE_FORM) || refuse(run, !file, NO_FILE) ||
+    if (refuse(run, model && (o["KORV"_opt] || o["NOVO"_opt]), NO_SIDE_FORM) || refuse(run, !file, NO_FILE) ||
         refuse(run, !file->writable() && !o["INIC"_opt] && writes, READ_ONLY)) {
         abandon(run);
         return false;
     }
-    const bool restored = act_on_cases(run, *file);
+    FileRecords r(machine_disk(), file->descriptor(), file->path(), model ? SIDE_RECORD : CASE_RECORD,
+                  file->writable());
+    const bool restored = act_on_cases(run, model ? MODEL_CASES_OF_PECO : SAVED_CASES, r);
     MSGOUT(run);
     PAGWAI(run);
     return restored;

@@ -15,6 +15,10 @@ bool CNFILE(Run& run);
 /// CNSNAP: SNAP. Reads the number of a snapshot and checks it. Messages 100, 105, 110.
 void CNSNAP(Run& run);
 
+/// FLOW: REST reads the network of the flow interface file (FLWINT, messages 105 to 310), GRAV writes it (GRFLOW,
+/// messages 100 to 160).
+void exchange_flow(Run& run);
+
 /// Scratch cases of an analysis, in memory. keep saves the network as case n, replacing it; bring_back puts it back as
 /// it was, out-of-service elements set aside if they were. Nothing is printed, and no message comes. False: the case
 /// could not be kept (CASFULL), there is no such case (the store then has its defaults).

@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "network/individual_generators.hpp"
+#include "powerflow/contap.hpp"
 #include "powerflow/solver.hpp"
 
 namespace korvane {
@@ -155,6 +156,7 @@ void PWFSOL(Run& run) {
 
     if (opt["IANG"_opt]) start_angles(run);
     if (opt["AARI"_opt]) AREILH(run);
+    hold_idle_taps(run);
     int removed = 0;
     if (without_islands) {
         STOOFF(run);

@@ -523,8 +523,16 @@ bool converged(Run& run) {
 }
 
 bool iterate(Run& run, const Pass& pass) {
-    if (!factor(run, pass)) return false;
-    solve(run, pass);
+    constexpr int MOST_RESTRAINTS = 8;
+    for (int again = 0;; ++again) {
+        if (!factor(run, pass)) return false;
+        solve(run, pass);
+        bool restrained = false;
+        for (const Device& d : pass.devices)
+            if (d.restrain && again < MOST_RESTRAINTS) restrained = d.restrain(run) || restrained;
+        if (!restrained) break;
+        pass.assemble(run);
+    }
     update(run, pass.devices);
     if (run.opt["RCVG"_opt]) report_iteration(run);
     if (run.opt["CILH"_opt] && run.store.sol.CONVSTAT == 3) go_on_for_islands(run);

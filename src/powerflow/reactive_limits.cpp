@@ -15,6 +15,8 @@ namespace {
 
 /// A bus that has changed its type so often in one solution leaves a limit no more.
 constexpr int MOST_TURNS = 10;
+// When half of the iterations are spent: two states alone are not to use up the rest.
+constexpr int LATE_TURNS = 3;
 
 struct Checker {
     Run& run;
@@ -166,7 +168,13 @@ void reopen_reactive(Run& run, int k) {
     island.NODEQ2 = number;
 }
 
-bool may_turn(const Run& run, int j) { return run.mat.control.turns(j) < MOST_TURNS; }
+bool may_turn(Run& run, int j) {
+    unsigned char& turns = run.mat.control.turns(j);
+    const bool late = 2 * run.store.sol.NITP > run.cte.ACIT;
+    if (turns < (late ? LATE_TURNS : MOST_TURNS)) return true;
+    turns = std::max(turns, static_cast<unsigned char>(MOST_TURNS));  // to be told
+    return false;
+}
 
 void note_turn(Run& run, int j) {
     unsigned char& turns = run.mat.control.turns(j);

@@ -58,6 +58,9 @@ struct Device {
     void (*update)(Run&);    // its own unknowns, after the solution
     bool (*settle)(Run&);    // all residuals are met: a last discrete step; true: the equations are no longer the same
     void (*adjust)(Run&);    // steps after the pass; clears CONVSTAT when the solution is to go on
+    // The solution would take an unknown far beyond its limit: it goes to the limit now. True: the rest is to be solved
+    // anew, as it went by the whole step.
+    bool (*restrain)(Run&) = nullptr;
 };
 std::span<const Device> devices();
 
@@ -77,7 +80,7 @@ bool check_limits(Run& run, MismatchRow dq, bool by_island);
 /// its island too.
 void reopen_reactive(Run& run, int k);
 /// Whether generator j has not changed the type of its bus too often to do so again; and that it has done it once more.
-bool may_turn(const Run& run, int j);
+bool may_turn(Run& run, int j);
 void note_turn(Run& run, int j);
 /// Tells the buses that have been kept at a limit in this way: LIMREA warning -900.
 void tell_stuck(Run& run);

@@ -204,7 +204,8 @@ struct ControlWork {
         bool moves;               // its equation acts on this pass
         bool discrete;            // it is to end on a position
         double step;              // distance of positions, of a
-        int steps;                // taken beside the matrix
+        bool stepped;             // it has moved beside the matrix
+        int vain;                 // steps there that brought nothing
         double best, best_error;  // of these: 1/a with the least voltage error, pu
     };
     int taps;

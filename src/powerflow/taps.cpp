@@ -6,6 +6,7 @@
 // branches, whose equations are the same but for it. It has the sign of dV(c)/dt, so that it never works against it.
 #include "powerflow/taps.hpp"
 
+#include <algorithm>
 #include <cmath>
 
 #include "powerflow/augmented.hpp"
@@ -19,8 +20,13 @@ using TapRow = ControlWork::TapRow;
 
 /// The weight e. Admittances move far more than this, and what it leaves of the error is gone with the next pass.
 constexpr double SLIGHT = 1e-4;
-/// Steps beside the matrix, after which a tap that hunts is stopped.
+/// A step beside the matrix is in vain when it leaves more than this of the least error so far. So many of them, and
+/// the tap hunts: it is stopped.
+constexpr double PROGRESS = 0.9;
 constexpr int MOST_STEPS = 10;
+
+/// A correction that passes a limit by more than the range of the tap and this is one that no tap can follow.
+constexpr double MARGIN = 0.05;
 
 /// Returns from a limit that a tap has inside the matrix.
 int most_returns(const Run& run) { return int(0.1f * float(run.cte.ACIT)); }
@@ -138,7 +144,8 @@ void leave_limit(Run& run, TapRow& row) {
     Store& s = run.store;
     if (row.active || row.standby || row.count < 0 || row.count >= most_returns(run)) return;
     if (s.tap.NTTAP(row.tap) == 0) return;
-    if (s.sol.NITP <= row.stopped && !(run.mat.state.DQMAXIMO <= run.cte.TEPR)) return;
+    if (s.sol.NITP < row.stopped) return;
+    if (s.sol.NITP == row.stopped && !(run.mat.state.DQMAXIMO <= run.cte.TEPR)) return;
     const double error = s.bus.VOLT(row.bus) - tap_target(run, row.tap);
     if (!(std::abs(error) > run.cte.TLVC) || at_explaining_limit(run, row.tap, error)) return;
     s.tap.NTTAP(row.tap) = 0;
@@ -177,14 +184,15 @@ void write_voltage_equation(Run& run, TapRow& row) {
         meet_residual(run, &Residuals::DV, std::abs(right) * v, row.bus);
 }
 
-// Parallel taps have one position: that of the first.
+// Parallel taps have one position: that of the first, as far as the limits of the other let it.
 void write_equality(Run& run, TapRow& row) {
     const TapTables& tap = run.store.tap;
     const std::size_t r = row_of(run, row.equation);
-    const double error = tap.TAP(run.mat.control.tap_row(row.leader).tap) - tap.TAP(row.tap);
+    const double lead = tap.TAP(run.mat.control.tap_row(row.leader).tap);
+    const double to = std::clamp(lead, 1 / tap.TPMAX(row.tap), 1 / tap.TPMIN(row.tap)), error = to - tap.TAP(row.tap);
     run.mat.diagonal[r].L = 1;
     run.mat.side[r].WORK = error;
-    link_of(run, row.to_leader).from_to.L = -1;
+    if (to == lead) link_of(run, row.to_leader).from_to.L = -1;
     meet_residual(run, &Residuals::DV, std::abs(error), row.bus);
 }
 
@@ -217,14 +225,17 @@ void follow(Run& run, const TapRow& row) {
 bool step_beside(Run& run, TapRow& row, double error, bool& near) {
     TapTables& tap = run.store.tap;
     const int n = row.tap;
-    if (row.steps == 0 || std::abs(error) < row.best_error) {
+    const bool nearer = !row.stepped || std::abs(error) < PROGRESS * row.best_error;
+    if (nearer) {
         row.best = tap.TAP(n);
         row.best_error = std::abs(error);
     }
     const auto move = tap_move(run, n, error);
     if (!move) return false;
     near = !move->at_limit;
-    if (++row.steps > MOST_STEPS) {
+    row.stepped = true;
+    row.vain = nearer ? 0 : row.vain + 1;
+    if (row.vain > MOST_STEPS) {
         const Store& s = run.store;
         MSGPUT(run, "ETCTAP", -900, s.bus.NOINT(s.branch.NFROM(s.tap.NOTAP(n))), element::bus_number);
         row.count = -1;
@@ -280,7 +291,6 @@ void let_taps_take_over(Run& run, int head) {
         row.standby = any_free;
         if (any_free || row.took_over || row.count < 0) continue;
         row.took_over = row.active = true;
-        row.count = most_returns(run);
     }
 }
 
@@ -300,6 +310,30 @@ void write_tap_row(Run& run, int i) {
     }
     row.moves = true;
     write_column(run, row);
+}
+
+bool restrain_taps(Run& run) {
+    TapTables& tap = run.store.tap;
+    ControlWork& w = run.mat.control;
+    bool any = false;
+    for (int i : rows(w.taps)) {
+        TapRow& row = w.tap_row(i);
+        if (!row.moves || row.leader) continue;
+        const int n = row.tap;
+        const double lowest = 1 / tap.TPMAX(n), highest = 1 / tap.TPMIN(n), far = highest - lowest + MARGIN;
+        const double t = tap.TAP(n) + run.mat.side[row_of(run, row.equation)].WORK;
+        if (t > lowest - far && t < highest + far) continue;
+        if (move_within(run, n, t)) note_limit(run, n);
+        if (tap.NTTAP(n) == 0) continue;  // no number at all
+        row.active = false;
+        row.stopped = run.store.sol.NITP + 1;
+        any = true;
+    }
+    if (any)
+        for (int i : rows(w.taps))
+            if (const TapRow& row = w.tap_row(i); row.leader && row.moves && !w.tap_row(row.leader).active)
+                follow(run, row);
+    return any;
 }
 
 void update_taps(Run& run) {
@@ -356,7 +390,7 @@ void adjust_held_taps(Run& run) {
     for (int i : rows(w.taps)) {
         TapRow& row = w.tap_row(i);
         if (row.leader || row.active || row.standby || row.count < returns || !in_play(run, row.bus)) continue;
-        if (s.tap.NTTAP(row.tap) == 0 && row.steps == 0) continue;  // at rest inside its band
+        if (s.tap.NTTAP(row.tap) == 0 && !row.stepped) continue;  // at rest inside its band
         ++row.count;
         if (s.bus.NTYPE(row.bus) > 0) continue;
         const double error = s.bus.VOLT(row.bus) - tap_target(run, row.tap);
@@ -369,7 +403,7 @@ void adjust_held_taps(Run& run) {
     if (!any) return;
     for (int i : rows(w.taps)) {
         const TapRow& row = w.tap_row(i);
-        if (row.leader && w.tap_row(row.leader).steps > 0) follow(run, row);
+        if (row.leader && w.tap_row(row.leader).stepped) follow(run, row);
         if (!row.leader && moved(row.bus)) s.bus.VOLT(row.bus) = tap_target(run, row.tap);
     }
     s.sol.CONVSTAT = 0;

@@ -6,6 +6,9 @@ namespace korvane {
 
 /// ETCTAP: with CTAP the taps of transformers in service that are under control. Messages 100, 110.
 bool build_taps(Run& run);
+/// Before the correction of a pass: taps that it would carry far beyond their limits stop there at once. True when some
+/// did: the pass is to be assembled and solved anew, or the voltages would follow a tap that is not there.
+bool restrain_taps(Run& run);
 /// Taps take their corrections and stop at their limits.
 void update_taps(Run& run);
 /// TAPD: taps to end on positions take the nearest one; none moves any more. True when one moved.

@@ -133,6 +133,19 @@ TEST(Export, TextsAreQuotedAndDeadOrOpenBranchesShowWhatFlows) {
             EXPECT_EQ(b.at("name"), "A,B \"ç\"");
         }
     }
+    const int tap = add_row(st.tap);
+    st.tap.NOTAP(tap) = dead;
+    st.tap.KBUS(tap) = -bus_of(st, 4);
+    st.tap.TAP(tap) = 1 / 1.1;
+    st.tap.NTTAP(tap) = 1;
+    st.tap.VBUS(tap) = 1.03;
+    st.branch.LTYPE(dead) = 3;
+    for (const auto& b : read_csv(transformers_csv(s.run))) {
+        EXPECT_EQ(b.at("from") + ' ' + b.at("state") + ' ' + b.at("controlled_bus"), "4 max 4");
+        EXPECT_EQ(number(b.at("target_pu")), 1.03);
+        EXPECT_NEAR(number(b.at("tap")), 1.1, 1e-15);
+    }
+    st.branch.LTYPE(dead) = 0;
     for (const auto& b : read_csv(branches_csv(s.run))) {
         if (b.at("from") == "1") {
             // both halves of the charging behind a series reactance of 0.1 pu, at about 1 pu

@@ -8,15 +8,15 @@ namespace korvane::testing {
 inline void add_remote(Network& n, unsigned seed) {
     std::mt19937 random(seed);
     auto uniform = [&](double a, double b) { return std::uniform_real_distribution<double>(a, b)(random); };
-    constexpr int LOADS[] = {3, 7, 7, 7, 13};  // 13 is a neighbour of none
     for (int j : rows(n.s.gen.NG)) {
         n.s.gen.QGEN(j) = uniform(-0.4, 0.4);
         n.s.gen.ALFACREM(j) = uniform(0.2, 1);
-        int& type = n.s.bus.NTYPE(n.s.gen.NOGEN(j));
+        const int k = n.s.gen.NOGEN(j);
+        int& type = n.s.bus.NTYPE(k);
         if (type < 2) continue;
         const int i = add_row(n.s.rcb);
         n.s.rcb.ICB(i) = j;
-        n.s.rcb.IRCB(i) = LOADS[i % 5];
+        n.s.rcb.IRCB(i) = k == 1 ? 2 : k >= 10 && k <= 20 ? 13 : k - 1;  // a neighbour, or 13, which is none
         n.s.rcb.VRCB(i) = 1.01;
         if (i == 3) type = -type;
     }
@@ -31,7 +31,7 @@ inline void add_taps(Network& n, unsigned seed) {
         const int l = n.s.tap.NOTAP(t), from = n.s.branch.NFROM(l), to = n.s.branch.NTO(l);
         const int held[] = {from, -to, 13};
         const int k = held[(made + int(seed)) % 3];
-        if (n.s.bus.NTYPE(std::abs(k)) > 0) continue;
+        if (n.s.bus.NTYPE(std::abs(k)) != 0) continue;
         n.s.branch.LTYPE(l) += 2;
         n.s.tap.TPMIN(t) = 0.8;
         n.s.tap.TPMAX(t) = 1.2;
