@@ -163,8 +163,9 @@ void check_series_compensators(Run& run) {
             go_on(run, s.csc.NBECSC(i), true);
             continue;
         }
-        // What was rounded stands: it would come back to the same step.
-        if (row.rounded || (b != lowest && b != highest)) continue;
+        // What was rounded stands: it would come back to the same step. A flow that is not solved yet frees nothing: it
+        // may be that of the step which was cut off.
+        if (row.rounded || s.sol.CONVSTAT != 1 || (b != lowest && b != highest)) continue;
         const View v = view(run, i);
         const double sign = s.csc.VSPCSC(i) < 0 ? -1 : 1, beyond = sign * (v.flow(b) - v.target * v.vk);
         const bool leaves = (b == lowest && beyond > run.cte.TEPA) || (b == highest && beyond < -run.cte.TEPA);
