@@ -105,7 +105,7 @@ std::vector<std::string> case_list(Records& r) {
         lines.push_back(line);
         if (read_information(r, d, n, information)) lines.push_back("    " + text_of(information));
     }
-    lines.push_back(std::to_string(cases) + " casos, " + std::to_string(used) + " de " +
+    lines.push_back(std::to_string(cases) + (cases == 1 ? " caso, " : " casos, ") + std::to_string(used) + " de " +
                     std::to_string(std::max(0, d.highest() - 1)) + " registros em uso");
     return lines;
 }
