@@ -378,11 +378,17 @@ SideFault NetworkReader::read() {
     return fault_;
 }
 
-bool sound(const SideHead& h) {
-    const auto within = [](int n, int most) { return n >= 0 && n <= most; };
-    return h.rows >= 1 && h.rows <= MXNUM && h.highest_area >= 0 && h.highest_area <= SIDE_AREAS && h.slack >= 1 &&
-           within(h.buses, MXBUS) && within(h.ends, 2 * MXLIN) && within(h.taps, MXTAP) && within(h.phases, MXPHS) &&
-           within(h.regulated, MXGEN) && within(h.slacks, MXSLK);
+/// What a head asks for that cannot be: 0, or the message.
+int unfit(const SideHead& h) {
+    if (h.buses > MXBUS) return TOO_MANY_BUSES;
+    const int least = std::min({h.buses, h.ends, h.taps, h.phases, h.regulated, h.slacks, h.highest_area});
+    if (least < 0 || h.rows < 1 || h.rows > MXNUM || h.highest_area > SIDE_AREAS || h.slack < 1) return WRONG_HEAD;
+    return h.ends > 2 * MXLIN    ? BRANCHES_FULL
+           : h.regulated > MXGEN ? REGULATED_WRONG
+           : h.taps > MXTAP      ? TAPS_FULL
+           : h.phases > MXPHS    ? PHASE_ASTRAY
+           : h.slacks > MXSLK    ? SLACKS_FULL
+                                 : 0;
 }
 
 }  // namespace
@@ -390,10 +396,8 @@ bool sound(const SideHead& h) {
 SideFault network_from_side(Run& run, SideForm form, const SideHead& head, SideReader& in) {
     RESET(run);
     SideFault fault;
-    if (head.buses > MXBUS)
-        fault = {TOO_MANY_BUSES, head.buses};
-    else if (!sound(head))
-        fault = {WRONG_HEAD, 0};
+    fault.message = unfit(head);
+    if (fault.message == TOO_MANY_BUSES) fault.element = head.buses;
     if (fault.message == 0) {
         const Vectors vectors = take(run.store, in, head, form);
         fault = vectors.message ? SideFault{vectors.message, 0}

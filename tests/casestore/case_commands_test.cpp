@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cmath>
+
 #include "casestore/case_bench.hpp"
 #include "casestore/casestore.hpp"
 #include "casestore/desk.hpp"
@@ -147,7 +149,7 @@ TEST(CaseCommands, ANarrowCaseOfVersion63IsRefusedWhenItCannotHoldTheNetwork) {
     };
     Session session;
     korvane::Run& run = session.start().run;
-    for (const Row& row : table) {
+    const auto plain_network = [&] {
         made_store(run, 4, 0.0, 9000);
         Store& s = run.store;
         s.gei.NGEI = s.cai.NCAI = s.bsh.NBSH = s.bshl.NBSHL = 0;
@@ -155,10 +157,19 @@ TEST(CaseCommands, ANarrowCaseOfVersion63IsRefusedWhenItCannotHoldTheNetwork) {
         for (int g : rows(s.gbt.NGBT)) s.gbt.GBTEN(g).at[0] = ' ';
         for (int g : rows(s.glt.NGLT)) s.glt.GLTEN(g).at[0] = ' ';
         for (int l : rows(s.branch.NL)) s.branch.KAPAQ(l) = s.branch.KAPAC(l);
-        row.spoil(s);
+    };
+    for (const Row& row : table) {
+        plain_network();
+        row.spoil(run.store);
         MemoryRecords r(CASE_RECORD);
         EXPECT_EQ(save_case(run, r, Encoding::narrow, PLAIN_VERSION), row.message) << row.what;
     }
+    plain_network();
+    while (run.store.ctg.count() <= 100) add_row(run.store.ctg);
+    MemoryRecords r(CASE_RECORD);
+    make_file(r, 50);
+    const SaveRequest request{.number = 1, .encoding = Encoding::narrow, .version = PLAIN_VERSION};
+    EXPECT_EQ(write_case(run, r, request).warning, -170);
 }
 
 TEST(CaseCommands, TwoProgramsDoNotWriteOneFileAtATime) {
@@ -207,6 +218,40 @@ TEST(CaseCommands, AReportOfARestoredCaseIsTheReportOfTheSolvedOne) {
         EXPECT_GT(solved.print().size(), 1000u);
         EXPECT_EQ(restored.print(), solved.print()) << c.name;
     }
+}
+
+// Damage in the file or in memory that a save or a restore meets on its way.
+TEST(CaseCommands, WhatIsDamagedIsTold) {
+    Desk d;
+    const std::vector<Option> save = {"GRAV"_opt, "NOVO"_opt, "SUBS"_opt};
+    d.arqv({"INIC"_opt}, "SIM\n");
+    Store& s = d.run.store;
+    ASSERT_GE(s.bshl.NBSHL, 1);
+    s.bshl.IBUSH(1) = 0;  // a stage without its bank
+    EXPECT_EQ(d.arqv(save, " 1\n"), "");
+    EXPECT_EQ(d.arqv({"REST"_opt}, " 1\n").substr(0, 11), "RETCAS -120");
+    d.network();
+    s.bus.VOLT(1) = std::nan("");
+    EXPECT_EQ(d.arqv(save, " 1\n"), "");
+    EXPECT_EQ(d.arqv({"REST"_opt}, " 1\n"), "RETCAS 410");
+
+    FileRecords r(machine_disk(), d.run.units.cases->descriptor(), "CASES.SAV", CASE_RECORD, true);
+    const auto link = [&](int record, std::int32_t to) {
+        Writing scope(r);
+        ASSERT_TRUE(r.write(record, &to, sizeof to) && scope.commit());
+    };
+    Directory directory;
+    const auto look = [&] {
+        const Reading scope(r);
+        ASSERT_TRUE(directory.read(r));
+    };
+    d.network();
+    look();
+    link(directory.first(1), 30000);
+    EXPECT_EQ(d.arqv(save, " 1\n"), "SAVCAS -180");
+    look();
+    link(directory.free_head(), 30000);
+    EXPECT_EQ(d.arqv(save, " 2\n"), "SAVCAS -105");
 }
 
 // CPRI: the control that has no solution is given up, and every step that has one is a case of its own file.

@@ -399,6 +399,27 @@ TEST(SideFiles, Links) {
     }
 }
 
+TEST(SideFiles, HeadsThatAskForTooMuch) {
+    Session n(std::string(NETWORK) + "FIM\n");
+    SideHead sound;
+    SideWriter stream;
+    ASSERT_EQ(network_to_side(n.run, SideForm::model, sound, stream).message, 0);
+    struct Row {
+        int SideHead::*field;
+        int value, message;
+    };
+    for (const Row& row : {Row{&SideHead::buses, MXBUS + 1, 106}, Row{&SideHead::slack, 0, 110},
+                           Row{&SideHead::rows, 0, 110}, Row{&SideHead::highest_area, SIDE_AREAS + 1, 110},
+                           Row{&SideHead::taps, -1, 110}, Row{&SideHead::ends, 2 * MXLIN + 2, 150},
+                           Row{&SideHead::regulated, MXGEN + 1, 160}, Row{&SideHead::taps, MXTAP + 1, 190},
+                           Row{&SideHead::phases, MXPHS + 1, 220}, Row{&SideHead::slacks, MXSLK + 1, 250}}) {
+        SideHead head = sound;
+        head.*row.field = row.value;
+        SideReader in({stream.words().begin(), stream.words().end()});
+        EXPECT_EQ(network_from_side(n.run, SideForm::model, head, in).message, row.message) << row.value;
+    }
+}
+
 // The two slacks stand in front of the six columns of the loads.
 TEST(SideFiles, SlacksThatAreNotThere) {
     Session n(std::string(NETWORK) + "FIM\n");
