@@ -87,6 +87,7 @@ TEST(RecordFile, ACrashLeavesTheOldCaseOrTheNewOne) {
         ASSERT_NE(before, after);
         const auto changes = disk.changes;
         const int rounds = images() / 3 + 1;
+        ASSERT_LE(changes.size() + 1, std::size_t(rounds)) << "every prefix is tried";
         for (int i = 0; i < rounds; ++i) {
             const std::size_t n =
                 std::size_t(i) < changes.size() + 1 ? std::size_t(i) : random() % (changes.size() + 1);
