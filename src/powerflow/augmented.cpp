@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "powerflow/automatic_shunts.hpp"
 #include "powerflow/capability.hpp"
 #include "powerflow/phase_shifters.hpp"
 #include "powerflow/remote_voltage.hpp"
@@ -34,6 +35,13 @@ constexpr Device DEVICES[] = {
      .update = update_compensators,
      .settle = nullptr,
      .adjust = nullptr},
+    {.name = "automatic shunts",
+     .build = build_shunts,
+     .assemble = assemble_shunts,
+     .update = update_shunts,
+     .settle = settle_shunts,
+     .adjust = nullptr,
+     .restrain = restrain_shunts},
     {.name = "capability",
      .build = build_capability,
      .assemble = assemble_capability,

@@ -16,15 +16,21 @@ constexpr int HEADING_FIRST = 1, HEADING_LAST = 4;                              
 constexpr int ITERATION = 6, SINGULAR = 8;                                           // of SOLVNW
 constexpr int ACTIVE_HALF = 6, REACTIVE_HALF = 7;                                    // of SOLVPQ
 constexpr int TOTALS_FIRST = 1, TOTALS_P = 2, TOTALS_Q = 3;                          // of SOLVLF
+constexpr int OUTCOME_HEADING = 10;                                                  // of SOLVLF
 constexpr int ISLANDS = 4, ISLANDS_LAST = 5, ISLAND = 6;                             // of SOLVLF
 constexpr int STATE[] = {7, 8, 9, 11, 12, 13, 22};                                   // of SOLVLF: the text of a KONLF2
 constexpr int OUTCOME[] = {0, 14, 15, 16, 0, 14, 17, 0, 0, 14, 18, 19, 20, 34, 21};  // of SOLVLF, by outcome code
+constexpr std::size_t OPTIONS_FROM = 9;                                              // columns before the options
 constexpr double FREQUENCY = 60;                                                     // Hz, without regulators
 
 // Nothing is told of a solve inside another one.
 bool quiet(const Run& run) { return run.mat.state.resolve != 0; }
 
-void heading(Run& run, Page& page) { page.heading(HEADING_FIRST, HEADING_LAST, options_in_force(run)); }
+void heading(Run& run, Page& page, int first = HEADING_FIRST, int last = HEADING_LAST) {
+    const std::vector<std::string> lines = options_in_force(run);
+    const std::vector<Arg> values(lines.begin(), lines.end());
+    page.heading(first, last, std::span<const Arg>(values));
+}
 
 void report_island_totals(Run& run, Page& page) {
     const Store& s = run.store;
@@ -42,25 +48,31 @@ void report_island_totals(Run& run, Page& page) {
 
 }  // namespace
 
-std::string options_in_force(const Run& run) {
-    constexpr Option NEWTON[] = {"NEWT"_opt, "PART"_opt, "FJAC"_opt, "FLAT"_opt, "INDC"_opt, "IANG"_opt,
-                                 "STEP"_opt, "STPO"_opt, "ILHA"_opt, "CILH"_opt, "ASLK"_opt, "AARI"_opt};
+std::vector<std::string> options_in_force(const Run& run) {
+    constexpr Option NEWTON[] = {"NEWT"_opt, "PART"_opt, "FJAC"_opt, "FLAT"_opt, "INDC"_opt, "IANG"_opt, "STEP"_opt,
+                                 "STPO"_opt, "ILHA"_opt, "CILH"_opt, "ASLK"_opt, "AARI"_opt, "QLIM"_opt, "NCAP"_opt,
+                                 "VLIM"_opt, "CREM"_opt, "TGER"_opt, "VLCR"_opt, "CTAP"_opt, "CTAF"_opt, "TAPD"_opt,
+                                 "CNTC"_opt, "CSCA"_opt, "ACFP"_opt, "CPHS"_opt, "CINT"_opt, "DPER"_opt, "BPAR"_opt,
+                                 "BPSI"_opt};
     constexpr Option LINEAR[] = {"LFDC"_opt, "PERD"_opt}, TABLES[] = {"PERC"_opt, "EMRG"_opt};
-    std::string list;
+    const std::size_t width = std::size_t(page_width(run)) - OPTIONS_FROM;
+    std::vector<std::string> lines = {""};
     auto show = [&](std::span<const Option> options) {
-        for (const Option o : options)
-            if (run.opt[o]) {
-                if (!list.empty()) list += ' ';
-                list += OPTION(o.index);
-            }
+        for (const Option o : options) {
+            if (!run.opt[o]) continue;
+            const std::string_view name = OPTION(o.index);
+            if (lines.back().size() + 1 + name.size() > width) lines.emplace_back();
+            if (!lines.back().empty()) lines.back() += ' ';
+            lines.back() += name;
+        }
     };
     if (!run.opt["LFDC"_opt]) {
         show(NEWTON);
-        return list;
+    } else {
+        show(LINEAR);
+        if (run.opt["TABE"_opt]) show(TABLES);
     }
-    show(LINEAR);
-    if (run.opt["TABE"_opt]) show(TABLES);
-    return list;
+    return lines;
 }
 
 void report_heading(Run& run, Method method) {
@@ -131,7 +143,7 @@ void report_outcome(Run& run, int code) {
     LDFORM(run, "SOLVLF");
     Page page(run);
     constexpr int LINES = 9;
-    if (!page.fits(LINES)) page.heading(10, 10, options_in_force(run));
+    if (!page.fits(LINES)) heading(run, page, OUTCOME_HEADING, OUTCOME_HEADING);
     if (code > 0 && code < int(std::size(OUTCOME)) && OUTCOME[code]) page.line(OUTCOME[code]);
     const double base = run.cte.BASE;
     page.line(TOTALS_FIRST, st.NITLF, st.sum_p, st.sum_q, st.sum_dc, sol.XMI, FREQUENCY);

@@ -2,6 +2,8 @@
 #include <cmath>
 
 #include "network/individual_generators.hpp"
+#include "network/shunt_banks.hpp"
+#include "powerflow/automatic_shunts.hpp"
 #include "powerflow/contap.hpp"
 #include "powerflow/solver.hpp"
 
@@ -14,8 +16,7 @@ constexpr struct {
     Option option;
     int warning;
 } NOT_YET[] = {
-    {"CSCA"_opt, -967}, {"CELO"_opt, -968}, {"FREQ"_opt, -969},
-    {"TABE"_opt, -971}, {"PLTG"_opt, -972}, {"CPER"_opt, -974},
+    {"CELO"_opt, -968}, {"FREQ"_opt, -969}, {"TABE"_opt, -971}, {"PLTG"_opt, -972}, {"CPER"_opt, -974},
 };
 
 void warn_of_options(Run& run) {
@@ -153,10 +154,18 @@ void PWFSOL(Run& run) {
     const bool from_linear = opt["NEWT"_opt] && opt["INDC"_opt] && !opt["LFDC"_opt] && s.sol.CONVSTAT != 1;
     if (!inner) warn_of_options(run);
     MSGOUT(run);
+    const bool switched = opt["CSCA"_opt];
+    if (switched && !CHKSAV(run)) {
+        MSGPUT(run, "PWFSOL", 140);
+        MSGOUT(run);
+        return;
+    }
 
     if (opt["IANG"_opt]) start_angles(run);
     if (opt["AARI"_opt]) AREILH(run);
     hold_idle_taps(run);
+    take_bank_values(s, !switched);
+    allocate_banks(s, switched);
     int removed = 0;
     if (without_islands) {
         STOOFF(run);
@@ -180,12 +189,14 @@ void PWFSOL(Run& run) {
     if (sound) solve(run, from_linear);
     STOON(run);
     chain_individual_generators(s);
+    allocate_banks(s, switched);
     opt.set("IMPR"_opt, impr);
 
     if (removed > 0) print_listed(run, "OUTDBC");
     if (s.sol.CONVSTAT == 1 && !inner) {
         warn_of_low_load(run);
         if (opt["CREM"_opt] && opt["ATCR"_opt]) keep_remote_voltages(s);
+        if (switched && s.sca.NSCA > 0) OUTSCA(run);
     }
     MSGOUT(run);
 }

@@ -539,12 +539,12 @@ bool iterate(Run& run, const Pass& pass) {
     return run.store.sol.CONVSTAT != 3;
 }
 
-// The discrete steps that come last, all residuals being met. True when they changed the equations.
+// The discrete steps that come last, all residuals being met: one device after the other, each on the solution that the
+// one before it has left. True when they changed the equations.
 static bool settle(Run& run) {
-    bool changed = false;
     for (const Device& d : devices())
-        if (d.settle) changed = d.settle(run) || changed;
-    return changed;
+        if (d.settle && d.settle(run)) return true;
+    return false;
 }
 
 void SOLVNW(Run& run, int& status) {

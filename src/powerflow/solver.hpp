@@ -14,8 +14,8 @@ namespace korvane {
 
 // --- admittances
 
-/// Rebuilds GDIAG and BDIAG from nothing, pu: branches, open-ended branches, taps, shunts, line-end shunts, automatic
-/// shunts.
+/// Rebuilds GDIAG and BDIAG from nothing, pu: branches, open-ended branches, taps, shunts, line-end shunts, banks,
+/// automatic shunts.
 void build_diagonal(Run& run);
 
 /// SINDIK and COSDIK of all branches from the present angles and phase shifts.
@@ -199,8 +199,8 @@ bool rebuild_second(Run& run);
 
 // --- the report of convergence
 
-/// Options in force that the heading of the report shows.
-std::string options_in_force(const Run& run);
+/// Options in force that the heading of the report shows, in lines that fit the page.
+std::vector<std::string> options_in_force(const Run& run);
 enum class Method { newton, decoupled };
 void report_heading(Run& run, Method method);
 void report_iteration(Run& run);

@@ -222,6 +222,29 @@ struct ControlWork {
     int compensators;
     Table<CompensatorRow, MXCER> compensator_row;
 
+    // automatic shunts
+    /// What else holds the bus that an automatic shunt controls, ITYPESCA.
+    enum class Beside : unsigned char { nothing, generator, compensator, remote_generators };
+    /// An automatic shunt: its equation, and the branches from there.
+    struct ShuntRow {
+        int shunt, bus;          // row of the store; controlled bus
+        int equation;            // its fictitious bus: NSCA_ADD
+        int to_own, to_bus;      // branches to its bus and to the controlled bus
+        int to_holder;           // first of the branches to the equations of the generators that hold that bus
+        Beside beside;
+        int holder;              // the generator or compensator: NOGSCA, NOESCA
+        int first;               // row of the first shunt that controls the same bus; they have one target
+        double lowest, highest;  // all reactors, all capacitors, pu
+        double before;           // BSCA before the solution: BSCA_ORI
+        double target;           // voltage that the bus is to have on this pass, pu; 0: none. Of the first one
+        bool at_limit;           // LSCA_LIM
+        bool moves;              // its equation acts on this pass
+        unsigned char starts;    // how often the voltage left the band
+    };
+    int shunts;
+    Table<ShuntRow, MXSCA> shunt_row;
+    Table<bool, MXILH> shunts_awake, shunts_released, shunts_rounded;  // of an island; without CILH the first for all
+
     // series compensators
     /// A series compensator: its equation, and the branches from there to the ends of its own branch.
     struct SeriesRow {
@@ -305,6 +328,7 @@ struct Matrices {
         Table<double, MXLIN> shfrom, shto;      // line-end shunts of a branch
         Table<int, MXILH> slack;                // first slack bus of an island, 0 for none
         Table<bool, MXBUS> moved;               // a control between iterations has moved the voltage of the bus
+        Table<int, MXBUS> first_shunt;          // row of the first automatic shunt that controls the bus
         Table<double, MXILH> angle;             // angle of the slack of an island, rad
         Table<double, MXBUS> power;             // active power injected at a bus whatever the angles, pu
         Table<int, MXBUS> queue;                // of a search over buses

@@ -34,6 +34,14 @@ void add_banks(const Store& s, Sums& sums) {
     }
 }
 
+/// Automatic shunts are part of the shunt of their bus; those that stand for banks count as these.
+void add_automatic_shunts(const Store& s, Sums& sums) {
+    std::vector<char> of_bank(std::size_t(s.sca.NSCA) + 1);
+    for (int b : rows(s.bsh.NBSH)) of_bank[std::size_t(s.bsh.IPSCA(b))] = 1;
+    for (int i : rows(s.sca.NSCA))
+        if (!of_bank[std::size_t(i)]) at(sums, s.sca.NBUSSCA(i)).bank += s.sca.BSCA(i);
+}
+
 void add_compensators(const Store& s, Sums& sums) {
     for (int c : rows(s.cer.NCER))
         if (s.cer.STUCER(c)) at(sums, s.cer.NBECER(c)).compensator += s.cer.QGCER(c);
@@ -59,6 +67,7 @@ BusElements::BusElements(const Store& s) : sums_(std::size_t(s.bus.NB) + 1) {
     add_loads(s, sums_);
     add_injections(s, sums_);
     add_banks(s, sums_);
+    add_automatic_shunts(s, sums_);
     add_compensators(s, sums_);
     add_line_shunts(s, sums_);
 }

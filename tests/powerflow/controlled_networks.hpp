@@ -74,6 +74,25 @@ inline void add_compensators(Network& n, unsigned) {
     }
 }
 
+/// Automatic shunts out of their bands, at their own and at other buses, two for one bus, one beside a generator at its
+/// limit, one at a bus that a group holds when there is one.
+inline void add_shunts(Network& n, unsigned) {
+    constexpr std::pair<int, int> PLACES[] = {{3, 3}, {4, 7}, {6, 6}, {8, 6}, {19, 20}, {12, 13}};
+    for (const auto& [own, held] : PLACES) {
+        const int i = add_row(n.s.sca);
+        n.s.sca.NBUSSCA(i) = own;
+        n.s.sca.KBUSSCA(i) = held;
+        n.s.sca.KONSCA(i) = 2;
+        n.s.sca.VMINSCA(i) = 1.3;
+        n.s.sca.VMAXSCA(i) = 1.31;
+        n.s.sca.BSCA(i) = 0.05 * i;
+        n.s.sca.ISTEPSCA(i) = {9, 9};
+        n.s.sca.VSTEPSCA(i) = {0.1, -0.1};
+    }
+    n.s.bus.NTYPE(20) = -std::abs(n.s.bus.NTYPE(20));
+    n.run.opt.set("CSCA"_opt);
+}
+
 /// A series compensator from a new bus behind bus k to bus m, of the mode, measured at its from or its to end.
 inline int series_compensator(Network& n, int k, int m, int mode, double target, bool at_to, int steps = 0) {
     const int middle = n.bus(0);

@@ -155,12 +155,12 @@ TEST(Driver, InterchangesThatDoNotCloseAreReported) {
 TEST(Driver, WhatItCannotHonourIsSaidOnce) {
     Network n;
     two_islands(n);
-    for (const Option o : {"CSCA"_opt, "CPER"_opt, "ILHA"_opt}) n.run.opt.set(o);
+    for (const Option o : {"FREQ"_opt, "CPER"_opt, "ILHA"_opt}) n.run.opt.set(o);
     n.solve();
-    EXPECT_EQ(n.session.numbers("PWFSOL"), (std::vector{-967, -974}));
+    EXPECT_EQ(n.session.numbers("PWFSOL"), (std::vector{-969, -974}));
     EXPECT_EQ(n.s.sol.CONVSTAT, 1);
     EXPECT_TRUE(n.run.opt["CPER"_opt]);
-    EXPECT_TRUE(n.run.opt["CSCA"_opt]) << "options stay as they were";
+    EXPECT_TRUE(n.run.opt["FREQ"_opt]) << "options stay as they were";
 }
 
 TEST(Driver, OutcomesAreReported) {

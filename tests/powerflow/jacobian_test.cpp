@@ -37,6 +37,17 @@ Unknown unknown_of(Network& n, int f) {
                         return row.leader ? 1.0 : net.s.bus.VOLT(row.bus);
                     }};
         case Equation::compensator: return {[](Network& net, int c, double by) { net.s.cer.QGCER(c) += by; }, whole};
+        case Equation::automatic_shunt:
+            return {[](Network& net, int r, double by) {
+                        const int a = net.run.mat.control.shunt_row(r).shunt;
+                        net.s.sca.BSCA(a) += by;
+                        net.run.mat.BDIAG(net.s.sca.NBUSSCA(a)) += by;
+                    },
+                    [](Network& net, int r) {
+                        const auto& row = net.run.mat.control.shunt_row(r);
+                        const bool relieves = row.beside == ControlWork::Beside::remote_generators;
+                        return relieves ? 1.0 : net.s.bus.VOLT(row.bus);
+                    }};
         case Equation::series_device:
             return {[](Network& net, int r, double by) {
                         const int l = net.s.csc.LICSC(net.run.mat.control.series_row(r).device);
@@ -94,7 +105,7 @@ void expect_slopes(Network& n, const std::string& what) {
     find_islands(n.run);
     start_limits(n.run);
     ASSERT_TRUE(build_equations(n.run));
-    n.run.cte.QLST = -1;    // no bus changes its type here
+    n.run.cte.QLST = n.run.opt["QLIM"_opt] ? -1 : 1e99;  // no bus changes its type, shunts are awake
     n.run.cte.TLVC = 0;     // every voltage error counts
     n.run.cte.TPST = 1e99;  // taps are awake
     n.s.sol.NITP = 1;
@@ -181,6 +192,13 @@ TEST(Jacobian, IsMinusTheSlopeOfTheMismatch) {
         {"static compensators", add_compensators},
         {"series compensators", add_series_compensators},
         {"phase shifters", add_shifters},
+        {"automatic shunts", add_shunts},
+        {"automatic shunts beside others",
+         [](Network& n, unsigned seed) {
+             add_remote(n, seed);
+             add_compensators(n, seed);
+             add_shunts(n, seed);
+         }},
         {"all flow devices",
          [](Network& n, unsigned seed) {
              add_compensators(n, seed);

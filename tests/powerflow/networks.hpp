@@ -177,6 +177,12 @@ inline std::vector<std::complex<double>> imbalance(const Store& s) {
         at(s.eqv.NOEQV(i)) += C(s.eqv.PMAT(i), s.eqv.QMAT(i) + s.eqv.FSH(i) * v2);
     }
     for (int i : rows(s.sht.NSHT)) at(s.sht.NOSHT(i)) += C(0, s.sht.SHUNT(i) * std::norm(voltage(s, s.sht.NOSHT(i))));
+    for (int i : rows(s.sca.NSCA)) {
+        const int k = s.sca.NBUSSCA(i);
+        at(k) += C(0, s.sca.BSCA(i) * std::norm(voltage(s, k)));
+    }
+    for (int i : rows(s.cer.NCER))
+        if (s.cer.STUCER(i)) at(s.cer.NBECER(i)) += C(0, s.cer.QGCER(i));
     for (int i : rows(s.shl.NSHL)) {
         const int l = s.shl.LISHL(i), f = s.branch.NFROM(l), t = s.branch.NTO(l);
         if (!s.branch.STLIN(l)) continue;  // an open line has them in what it draws
