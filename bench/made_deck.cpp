@@ -1,44 +1,12 @@
 #include "made_deck.hpp"
 
-#include <algorithm>
 #include <cmath>
-#include <initializer_list>
-#include <string_view>
+
+#include "deck_text.hpp"
 
 namespace korvane::bench {
 
 namespace {
-
-/// A text that begins in a column.
-struct At {
-    int column;
-    std::string text;
-};
-
-/// A number right-justified in the columns up to last.
-At to(int last, long number) {
-    std::string digits = std::to_string(number);
-    return {last - int(digits.size()) + 1, digits};
-}
-
-class Deck {
-public:
-    void line(std::string_view text) { text_.append(text) += '\n'; }
-    void card(std::initializer_list<At> fields) {
-        std::string columns;
-        for (const At& f : fields) {
-            const auto first = std::size_t(f.column - 1);
-            if (columns.size() < first + f.text.size()) columns.resize(first + f.text.size(), ' ');
-            columns.replace(first, f.text.size(), f.text);
-        }
-        line(columns);
-    }
-    void end() { line("99999"); }
-    std::string take() { return std::move(text_); }
-
-private:
-    std::string text_;
-};
 
 constexpr int BUSES = 20000, BRANCHES = 40000, GENERATORS = 6000, BANKS = 5000, AUTOMATIC = 8000;
 constexpr int LOADS_AT_BUS = 2, UNITS_OF_GENERATOR = 4, ROWS_OF_BANK = 6, AREAS = 50;

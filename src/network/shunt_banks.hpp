@@ -41,9 +41,9 @@ bool make_bank_shunts(Store& s);
 /// with `present` as the value BSCA too. Call it while nothing is compacted.
 void take_bank_values(Store& s, bool present);
 
-/// What every row of a bank has switched in, QBAN, and its group, QBSH, pu. The value BSCA of an automatic shunt goes to
-/// the rows of its groups in the order of its stages: units as long as they do not pass it, and what is left to the row
-/// that stops short. Groups without control, and those under discrete control unless `discrete`, have the units in
+/// What every row of a bank has switched in, QBAN, and its group, QBSH, pu. The value BSCA of an automatic shunt goes
+/// to the rows of its groups in the order of its stages: units as long as they do not pass it, and what is left to the
+/// row that stops short. Groups without control, and those under discrete control unless `discrete`, have the units in
 /// operation of their rows. A row out of service has nothing, nor has one on a branch out of service; without control
 /// only where the branch is open at both ends. Call it while nothing is compacted.
 void allocate_banks(Store& s, bool discrete);

@@ -102,7 +102,8 @@ void build_diagonal(Run& run) {
         if (s.shl.STSHLP(i)) B(br.NTO(l)) += s.shl.SHLTO(i);
     }
     for (int i : rows(s.bsh.NBSH))  // those under control stand behind an automatic shunt
-        if (const int l = s.bsh.IDCIR(i); s.bsh.IPSCA(i) == 0 && (l == 0 || br.STLIN(l))) B(s.bsh.NOBSH(i)) += s.bsh.QBSH(i);
+        if (const int l = s.bsh.IDCIR(i); s.bsh.IPSCA(i) == 0 && (l == 0 || br.STLIN(l)))
+            B(s.bsh.NOBSH(i)) += s.bsh.QBSH(i);
     for (int i : rows(s.sca.NSCA)) B(s.sca.NBUSSCA(i)) += s.sca.BSCA(i) - s.sca.BSCAYBUS(i);
 }
 

@@ -4,9 +4,9 @@
 //
 //     x(k) + e x = (target - V(k)) / V(k)          Q + x(Q) = 0
 //
-// x(k) being the relative change of V(k). The weight e is slight; it shares a bus evenly among several shunts. By itself
-// a shunt acts only while the voltage is outside of its band. Beside a generator at its limit or a static compensator it
-// brings the voltage to their set point.
+// x(k) being the relative change of V(k). The weight e is slight; it shares a bus evenly among several shunts. By
+// itself a shunt acts only while the voltage is outside of its band. Beside a generator at its limit or a static
+// compensator it brings the voltage to their set point.
 #include "powerflow/automatic_shunts.hpp"
 
 #include <algorithm>
@@ -56,7 +56,8 @@ bool tap_acts(const Run& run, int k) {
 
 // --- build
 
-/// What else holds the controlled bus. Lists of generators and compensators stand; taps come later and give way to none.
+/// What else holds the controlled bus. Lists of generators and compensators stand; taps come later and give way to
+/// none.
 void find_holder(const Run& run, ShuntRow& row) {
     const Store& s = run.store;
     const ControlWork& w = run.mat.control;
@@ -190,7 +191,7 @@ void write_target(Run& run, const ShuntRow& row, double target) {
     meet_residual(run, &Residuals::DS, std::abs(error), row.bus);
 }
 
-// On its way to a step.
+// On its way to a step, and not yet there however small the rest is.
 void write_step(Run& run, ShuntRow& row) {
     const AutomaticShuntTables& t = run.store.sca;
     const double error = t.BSCAESP(row.shunt) - t.BSCA(row.shunt);
@@ -201,6 +202,7 @@ void write_step(Run& run, ShuntRow& row) {
     run.mat.side[r].WORK = error;
     write_column(run, row);
     meet_reactive(run, std::abs(error), own_bus(run, row), true);
+    meet_residual(run, &Residuals::DS, HELD, own_bus(run, row));
 }
 
 // A shunt at a limit acts again once what it helps no longer needs all of it.

@@ -27,8 +27,8 @@ struct ShuntRange {
     double lowest, highest;
 };
 ShuntRange range_of(const AutomaticShuntTables& t, int i);
-/// The sums of steps next to |b| for the stages of one sign, capacitors when `capacitors`: low <= |b| <= high inside the
-/// range, both the nearer end of the range beyond it. Magnitudes, pu.
+/// The sums of steps next to |b| for the stages of one sign, capacitors when `capacitors`: low <= |b| <= high inside
+/// the range, both the nearer end of the range beyond it. Magnitudes, pu.
 struct StepsAround {
     double low, high;
 };
@@ -40,8 +40,8 @@ double step_for(const AutomaticShuntTables& t, int i, double v, bool by_band);
 /// The sum of steps one step above or below BSCA.
 double next_step(const AutomaticShuntTables& t, int i, bool up);
 
-/// CHKSAV: whether the data of compensators and automatic shunts agree with what generators hold; each conflict is a line
-/// of the report. Call it while nothing is compacted.
+/// CHKSAV: whether the data of compensators and automatic shunts agree with what generators hold; each conflict is a
+/// line of the report. Call it while nothing is compacted.
 bool CHKSAV(Run& run);
 /// OUTSCA: the automatic shunts after a solution with CSCA.
 void OUTSCA(Run& run);

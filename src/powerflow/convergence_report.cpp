@@ -49,11 +49,11 @@ void report_island_totals(Run& run, Page& page) {
 }  // namespace
 
 std::vector<std::string> options_in_force(const Run& run) {
-    constexpr Option NEWTON[] = {"NEWT"_opt, "PART"_opt, "FJAC"_opt, "FLAT"_opt, "INDC"_opt, "IANG"_opt, "STEP"_opt,
-                                 "STPO"_opt, "ILHA"_opt, "CILH"_opt, "ASLK"_opt, "AARI"_opt, "QLIM"_opt, "NCAP"_opt,
-                                 "VLIM"_opt, "CREM"_opt, "TGER"_opt, "VLCR"_opt, "CTAP"_opt, "CTAF"_opt, "TAPD"_opt,
-                                 "CNTC"_opt, "CSCA"_opt, "ACFP"_opt, "CPHS"_opt, "CINT"_opt, "DPER"_opt, "BPAR"_opt,
-                                 "BPSI"_opt};
+    constexpr Option NEWTON[] = {"NEWT"_opt, "PART"_opt, "FJAC"_opt, "FLAT"_opt, "INDC"_opt, "IANG"_opt,
+                                 "STEP"_opt, "STPO"_opt, "ILHA"_opt, "CILH"_opt, "ASLK"_opt, "AARI"_opt,
+                                 "QLIM"_opt, "NCAP"_opt, "VLIM"_opt, "CREM"_opt, "TGER"_opt, "VLCR"_opt,
+                                 "CTAP"_opt, "CTAF"_opt, "TAPD"_opt, "CNTC"_opt, "CSCA"_opt, "ACFP"_opt,
+                                 "CPHS"_opt, "CINT"_opt, "DPER"_opt, "BPAR"_opt, "BPSI"_opt};
     constexpr Option LINEAR[] = {"LFDC"_opt, "PERD"_opt}, TABLES[] = {"PERC"_opt, "EMRG"_opt};
     const std::size_t width = std::size_t(page_width(run)) - OPTIONS_FROM;
     std::vector<std::string> lines = {""};

@@ -1,4 +1,5 @@
-// What the report says of automatic shunts: data that a solution could not use, before it, and what it came to, after it.
+// What the report says of automatic shunts: data that a solution could not use, before it, and what it came to, after
+// it.
 #include <vector>
 
 #include "frame/page.hpp"
@@ -36,7 +37,9 @@ private:
 std::vector<int> held_by_generators(Run& run) {
     Store& s = run.store;
     std::vector<int> of(std::size_t(s.bus.NB) + 1, 0);
-    auto holds = [&](int k) { return s.bus.STBUS(k) && std::abs(s.bus.NTYPE(k)) >= 2 && std::abs(s.bus.NTYPE(k)) <= 3; };
+    auto holds = [&](int k) {
+        return s.bus.STBUS(k) && std::abs(s.bus.NTYPE(k)) >= 2 && std::abs(s.bus.NTYPE(k)) <= 3;
+    };
     for (int j : rows(s.gen.NG))
         if (const int k = s.gen.NOGEN(j); holds(k)) of[std::size_t(k)] = k;
     if (!run.opt["CREM"_opt]) return of;

@@ -1,5 +1,5 @@
-// The values that an automatic shunt can have: sums of its steps, stage after stage in their order, those of each sign by
-// themselves.
+// The values that an automatic shunt can have: sums of its steps, stage after stage in their order, those of each sign
+// by themselves.
 #include <algorithm>
 #include <cmath>
 

@@ -106,8 +106,8 @@ void expect_slopes(Network& n, const std::string& what) {
     start_limits(n.run);
     ASSERT_TRUE(build_equations(n.run));
     n.run.cte.QLST = n.run.opt["QLIM"_opt] ? -1 : 1e99;  // no bus changes its type, shunts are awake
-    n.run.cte.TLVC = 0;     // every voltage error counts
-    n.run.cte.TPST = 1e99;  // taps are awake
+    n.run.cte.TLVC = 0;                                  // every voltage error counts
+    n.run.cte.TPST = 1e99;                               // taps are awake
     n.s.sol.NITP = 1;
     const Pattern& p = pattern(n.run);
     const int buses = n.s.bus.NB;
