@@ -22,7 +22,20 @@ bool beside(int i) { return i % WIDTH != 0 && i < MESH; }  // a line goes to the
 int feeder_of(int tap) { return int(long(tap) * MESH / TAPS); }
 int load_behind(int tap) { return MESH + tap; }
 int middle_of(int compensator) { return MESH + TAPS + compensator; }
-int start_of(int compensator) { return compensator * (MESH - WIDTH) / COMPENSATORS; }
+/// A compensated line begins at a load bus and ends at another one, which draws much.
+constexpr int APART = 30;
+int start_of(int compensator) { return (compensator - 1) * APART + 3; }
+bool ends_compensated(int i) { return i % APART == (3 + WIDTH) % APART && i <= COMPENSATORS * APART; }
+
+/// Active and reactive load of bus i, MW and Mvar: behind transformers, and where a compensated line ends.
+const char* active_load(int i) {
+    if (i > MESH) return i <= MESH + TAPS ? "10.00" : " 0.00";
+    return ends_compensated(i) ? "41.00" : " 1.00";
+}
+const char* reactive_load(int i) { return i <= MESH ? " 0.30" : i <= MESH + TAPS ? " 4.00" : " 0.00"; }
+
+/// Active generation, MW: where the loads are, for power that travels far takes many iterations.
+const char* generation(int i) { return i <= COMPENSATORS * APART ? "18.20" : "13.75"; }
 
 void buses(Deck& deck) {
     deck.line("DBAR");
@@ -30,48 +43,32 @@ void buses(Deck& deck) {
     for (int i = 1; i <= BUSES; ++i) {
         const int area = (i - 1) % MESH * AREAS / MESH + 1;
         const At number = to(5, i), name{11, "BARRA " + std::to_string(i)}, region = to(76, area);
-        if (i <= MESH && generates(i)) {
-            const At kind{8, i == generator_bus(1) ? "2" : "1"};
-            if (remote < REMOTE_GENERATORS && i % 10 == 4 && beside(i) && i != generator_bus(1)) {
-                ++remote;
-                deck.card({number,
-                           {7, "L"},
-                           kind,
-                           {9, "34"},
-                           name,
-                           {25, "1000"},
-                           {33, "13.75"},
-                           {43, "-80.0"},
-                           {48, " 80.0"},
-                           to(58, i + 1),
-                           region});
-            } else
-                deck.card({number,
-                           {7, "L"},
-                           kind,
-                           {9, "34"},
-                           name,
-                           {25, "1000"},
-                           {33, "13.75"},
-                           {43, "-80.0"},
-                           {48, " 80.0"},
-                           region});
-        } else {
-            const bool behind = i > MESH && i <= MESH + TAPS, middle = i > MESH + TAPS;
+        if (i > MESH || !generates(i)) {
             deck.card({number,
                        {7, "L"},
                        {8, "0"},
                        {9, "34"},
                        name,
                        {25, "1000"},
-                       {59, behind   ? "10.00"
-                            : middle ? " 0.00"
-                                     : " 1.00"},
-                       {64, behind   ? " 4.00"
-                            : middle ? " 0.00"
-                                     : " 0.30"},
+                       {59, active_load(i)},
+                       {64, reactive_load(i)},
                        region});
+            continue;
         }
+        const bool slack = i == generator_bus(1);
+        const bool elsewhere = !slack && remote < REMOTE_GENERATORS && i % 10 == 4 && beside(i);
+        if (elsewhere) ++remote;
+        deck.card({number,
+                   {7, "L"},
+                   {8, slack ? "2" : "1"},
+                   {9, "34"},
+                   name,
+                   {25, "1000"},
+                   {33, generation(i)},
+                   {43, "-80.0"},
+                   {48, " 80.0"},
+                   to(58, elsewhere ? i + 1 : i),
+                   region});
     }
     deck.end();
 }
@@ -96,7 +93,7 @@ void branches(Deck& deck) {
                    to(64, load_behind(t)),
                    {65, " 100"},
                    {73, "33"}});
-    for (int c = 1; c <= COMPENSATORS; ++c) line(start_of(c), middle_of(c), "  1.00");
+    for (int c = 1; c <= COMPENSATORS; ++c) line(start_of(c), middle_of(c), "  4.00");
     deck.end();
 }
 
@@ -108,11 +105,11 @@ void compensators(Deck& deck) {
                    to(14, start_of(c) + WIDTH),
                    to(16, 1),
                    {17, "L"},
-                   {26, " -.800"},
-                   {32, " -.050"},
-                   {38, " -.300"},
+                   {26, "-2.000"},
+                   {32, " -.300"},
+                   {38, "-1.000"},
                    {44, "X"},
-                   {46, " -.300"}});
+                   {46, "-1.000"}});
     deck.end();
     deck.line("DCER");
     for (int c = 1, i = 2; c <= COMPENSATORS; ++c, i += 30)

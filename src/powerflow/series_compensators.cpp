@@ -69,6 +69,14 @@ void go_on(Run& run, int k, bool note) {
     if (note) note_switch(run.mat.state, run.store.bus.NOINT(k));
 }
 
+// A compensator stops at a limit of its susceptance.
+void stop_at(Run& run, int i, double limit) {
+    SeriesDeviceTables& csc = run.store.csc;
+    set_susceptance(run, csc.LICSC(i), limit);
+    csc.NTYCSC(i) = false;
+    go_on(run, csc.NBECSC(i), true);
+}
+
 }  // namespace
 
 bool build_series_compensators(Run& run) {
@@ -126,6 +134,23 @@ void update_series_compensators(Run& run) {
     }
 }
 
+bool restrain_series_compensators(Run& run) {
+    Store& s = run.store;
+    ControlWork& w = run.mat.control;
+    bool any = false;
+    for (int r : rows(w.series_devices)) {
+        const SeriesRow& row = w.series_row(r);
+        const int i = row.device, l = s.csc.LICSC(i);
+        if (!in_service(run, i) || !s.csc.NTYCSC(i)) continue;
+        const double lowest = s.csc.BMNCSC(i), highest = s.csc.BMXCSC(i), range = highest - lowest;
+        const double b = s.branch.BKM(l) + run.mat.side[row_of(run, row.equation)].DELTA;
+        if (!std::isfinite(b) || (b > lowest - range && b < highest + range)) continue;
+        stop_at(run, i, b < lowest ? lowest : highest);
+        any = true;
+    }
+    return any;
+}
+
 bool round_series_compensators(Run& run) {
     Store& s = run.store;
     ControlWork& w = run.mat.control;
@@ -150,7 +175,8 @@ bool round_series_compensators(Run& run) {
 void check_series_compensators(Run& run) {
     Store& s = run.store;
     ControlWork& w = run.mat.control;
-    if (s.sol.NITP < 2 && s.sol.CONVSTAT != 1) return;
+    const bool solved = s.sol.CONVSTAT == 1;
+    if (s.sol.NITP < 2 && !solved) return;
     for (int r : rows(w.series_devices)) {
         SeriesRow& row = w.series_row(r);
         const int i = row.device, l = s.csc.LICSC(i);
@@ -158,14 +184,12 @@ void check_series_compensators(Run& run) {
         const double b = s.branch.BKM(l), lowest = s.csc.BMNCSC(i), highest = s.csc.BMXCSC(i);
         if (s.csc.NTYCSC(i)) {
             if (b >= lowest && b <= highest) continue;
-            set_susceptance(run, l, b < lowest ? lowest : highest);
-            s.csc.NTYCSC(i) = false;
-            go_on(run, s.csc.NBECSC(i), true);
+            stop_at(run, i, b < lowest ? lowest : highest);
             continue;
         }
         // What was rounded stands: it would come back to the same step. A flow that is not solved yet frees nothing: it
         // may be that of the step which was cut off.
-        if (row.rounded || s.sol.CONVSTAT != 1 || (b != lowest && b != highest)) continue;
+        if (row.rounded || !solved || (b != lowest && b != highest)) continue;
         const View v = view(run, i);
         const double sign = s.csc.VSPCSC(i) < 0 ? -1 : 1, beyond = sign * (v.flow(b) - v.target * v.vk);
         const bool leaves = (b == lowest && beyond > run.cte.TEPA) || (b == highest && beyond < -run.cte.TEPA);

@@ -8,6 +8,9 @@ namespace korvane {
 bool build_series_compensators(Run& run);
 /// Their rows. What the flow misses counts in DP; the rows act from the second iteration on.
 void assemble_series_compensators(Run& run);
+/// Before the correction of a pass: compensators that it would carry far beyond their limits stop there at once. True when
+/// some did: the pass is to be assembled and solved anew.
+bool restrain_series_compensators(Run& run);
 /// Susceptances after the solution of a pass.
 void update_series_compensators(Run& run);
 /// A compensator with steps ends on one, the next toward the least reactance. True when a susceptance moved by it.

@@ -136,6 +136,24 @@ TEST(SeriesCompensators, HoldTheirFlowOrStopAtALimit) {
     }
 }
 
+TEST(SeriesCompensators, LeaveTheirLimitsTogether) {
+    Network n;
+    two_ways(n);
+    const int a = series_compensator(n, 2, 3, 1, 0.36, false), b = series_compensator(n, 2, 3, 1, 0.36, false);
+    for (const int i : {a, b}) {  // as an earlier solution left them
+        const int l = n.s.csc.LICSC(i);
+        n.s.branch.BKM(l) = n.s.csc.BMXCSC(i);
+        n.s.csc.NTYCSC(i) = false;
+    }
+    n.ready().solve();
+    ASSERT_EQ(n.s.sol.CONVSTAT, 1);
+    for (const int i : {a, b}) {
+        EXPECT_TRUE(n.s.csc.NTYCSC(i)) << i;
+        EXPECT_NEAR(drawn(n.s, n.s.csc.LICSC(i)).first.real(), 0.36, CLOSE) << i;
+    }
+    EXPECT_LE(n.s.sol.NITP, 10) << "one round for both";
+}
+
 TEST(PhaseShifters, HoldTheirFlowOrStopAtALimit) {
     enum End { held, lowest, highest };
     struct {
