@@ -2,6 +2,7 @@
 // explain why not.
 #include <gtest/gtest.h>
 
+#include "powerflow/bridges.hpp"
 #include "powerflow/controlled_networks.hpp"
 
 namespace korvane::testing {
@@ -182,6 +183,113 @@ TEST(PhaseShifters, HoldTheirFlowOrStopAtALimit) {
             } else
                 EXPECT_EQ(n.s.phs.PHS(i), c.end == lowest ? -0.1 : 0.1) << c.what;
         }
+}
+
+/// Islands of the buses in service without branch `out`, by joining the ends of the others.
+int islands_without(const Store& s, int out) {
+    std::vector<int> root(std::size_t(s.bus.NB) + 1);
+    for (int k : rows(s.bus.NB)) root[std::size_t(k)] = k;
+    auto find = [&](int k) {
+        while (root[std::size_t(k)] != k) k = root[std::size_t(k)];
+        return k;
+    };
+    int islands = s.bus.NB;
+    for (int l : rows(s.branch.NL)) {
+        const int from = s.branch.NFROM(l), to = s.branch.NTO(l);
+        if (l == out || !s.branch.STLIN(l) || !s.bus.STBUS(from) || !s.bus.STBUS(to)) continue;
+        const int a = find(from), b = find(to);
+        if (a == b) continue;
+        root[std::size_t(a)] = b;
+        --islands;
+    }
+    return islands;
+}
+
+TEST(PhaseShifters, BridgesAreTheBranchesWhoseOutageSplitsAnIsland) {
+    int bridges = 0, others = 0;
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        Network n;
+        random_network(n, seed);
+        std::mt19937 random(seed);
+        for (int l : rows(n.s.branch.NL)) n.s.branch.STLIN(l) = random() % 3 != 0;
+        for (int k : rows(n.s.bus.NB)) n.s.bus.STBUS(k) = random() % 12 != 0;
+        const std::vector<char> found = find_bridges(n.s);
+        const int whole = islands_without(n.s, 0);
+        for (int l : rows(n.s.branch.NL)) {
+            const bool splits = islands_without(n.s, l) > whole;
+            EXPECT_EQ(bool(found[std::size_t(l)]), splits) << "seed " << seed << " branch " << l;
+            ++(splits ? bridges : others);
+        }
+    }
+    EXPECT_GT(bridges, 100);
+    EXPECT_GT(others, 100);
+}
+
+TEST(PhaseShifters, ThatAloneFeedABusKeepTheirShift) {
+    enum Beside { none, open, closed };
+    struct {
+        const char* what;
+        double start;
+        Beside beside;
+        bool held, told;
+    } const cases[] = {
+        {"alone", 0.01, none, true, true},
+        {"beside an open branch", 0.01, open, true, true},
+        {"beside a branch", 0.01, closed, false, false},
+        {"alone, at a limit that the flow asks away from", 0.1, none, true, false},
+        {"alone, at the limit that the flow asks for", -0.1, none, true, false},
+    };
+    for (const auto& c : cases) {
+        Network n;
+        two_ways(n);
+        const int fed = n.bus(0, 1, 0.3, 0.1);
+        const int i = phase_shifter(n, 3, fed, 2, 0.2, false);
+        n.s.phs.PHS(i) = c.start;
+        n.s.phs.PHSMIN(i) = -0.1;
+        n.s.phs.PHSMAX(i) = 0.1;
+        const int beside = c.beside == none ? 0 : n.branch(3, fed, 0.01, 0.1);
+        if (c.beside == open) n.s.branch.STLIN(beside) = false;
+        n.ready();
+        auto warnings = [&] {
+            const std::string text = n.session.messages();
+            int count = 0;
+            for (auto at = text.find("CONTAP -200"); at != text.npos; at = text.find("CONTAP -200", at + 1)) ++count;
+            return count;
+        };
+        for (int solves : {1, 2}) {
+            n.solve();
+            ASSERT_EQ(n.s.sol.CONVSTAT, 1) << c.what;
+            expect_balanced(n, c.what);
+            EXPECT_EQ(n.s.phs.PHS(i) == c.start, c.held) << c.what;
+            EXPECT_EQ(n.s.phs.FLGPHS(i), c.held) << c.what;
+            EXPECT_EQ(warnings(), c.told ? solves : 0) << c.what;
+        }
+        if (c.told) {
+            n.run.mat.state.analysis = true;
+            n.solve();
+            EXPECT_EQ(warnings(), 2) << c.what << ": told by the solve before the analysis";
+        }
+        if (c.beside != open) continue;
+        n.s.branch.STLIN(beside) = true;
+        n.solve();
+        EXPECT_NEAR(drawn(n.s, n.s.tap.NOTAP(n.s.phs.NOPHS(i))).first.real(), 0.2, CLOSE) << "free again";
+        EXPECT_FALSE(n.s.phs.FLGPHS(i));
+    }
+}
+
+TEST(PhaseShifters, ActAgainOnceTheirLimitsAreWidened) {
+    Network n;
+    two_ways(n);
+    n.branch(2, 3, 0.01, 0.2);
+    const int i = phase_shifter(n, 2, 3, 2, 1.5, false);
+    n.s.phs.PHSMAX(i) = 0.05;
+    n.ready().solve();
+    ASSERT_EQ(n.s.phs.PHS(i), 0.05);
+    ASSERT_TRUE(n.s.phs.FLGPHS(i));
+    n.s.phs.PHSMAX(i) = 0.5;
+    n.solve();
+    EXPECT_FALSE(n.s.phs.FLGPHS(i));
+    EXPECT_NEAR(drawn(n.s, n.s.tap.NOTAP(n.s.phs.NOPHS(i))).first.real(), 1.5, CLOSE);
 }
 
 }  // namespace
