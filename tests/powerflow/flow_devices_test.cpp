@@ -140,6 +140,56 @@ TEST(SeriesCompensators, HoldTheirFlowOrStopAtALimit) {
     }
 }
 
+/// An island with a slack, a load and, when it has a target, a series compensator towards the load; its row.
+int island(Network& n, double load, double target, int steps) {
+    const int slack = n.generator(3, 1.02), middle = n.bus(0), end = n.bus(0, 1, load, 0.2);
+    n.branch(slack, middle, 0.002, 0.05, 0.02);
+    n.branch(slack, end, 0.01, 0.15, 0.02);
+    return target == 0 ? 0 : series_compensator(n, middle, end, 1, target, false, steps);
+}
+
+TEST(SeriesCompensators, SettleByIslandWhateverTheOthersDo) {
+    struct {
+        const char* what;
+        double load, angle;  // of the other island; the angle of a machine in it, too far away for its steps
+        int convstat;
+    } const others[] = {{"solves", 1.1, 0, 1}, {"diverges", 40, 0, 3}, {"is on its way", 1.1, 1.9, 2}};
+    for (int steps : {9, 0}) {
+        // On a step; or from its least reactance, where the flow does not want it, back to its target.
+        auto start = [&](Network& n, int i) {
+            if (steps) return;
+            n.s.csc.NTYCSC(i) = false;
+            n.s.branch.BKM(n.s.csc.LICSC(i)) = n.s.csc.BMNCSC(i);
+        };
+        Network alone;
+        const int i = island(alone, 1, 0.62, steps);
+        start(alone, i);
+        alone.ready().solve();
+        ASSERT_EQ(alone.s.sol.CONVSTAT, 1);
+        for (const auto& other : others) {
+            Network n;
+            const int first = island(n, 1, 0.62, steps), l = n.s.csc.LICSC(first), buses = n.s.bus.NB;
+            island(n, other.load, 0, 0);
+            if (other.angle != 0) {
+                n.run.opt.set("STEP"_opt);
+                n.run.cte.ASTP = 0.03;
+                n.run.cte.CSTP = 100;
+                n.s.bus.ANGLE(n.generator(2, 1.02)) = other.angle;
+                n.branch(buses + 1, n.s.bus.NB, 0, 0.1);
+            }
+            start(n, first);
+            n.run.opt.set("CILH"_opt);
+            n.ready().solve();
+            EXPECT_EQ(n.s.sol.CONVSTAT, other.convstat) << other.what;
+            EXPECT_EQ(n.run.mat.island(1).KONLF2, 1) << other.what << steps;
+            EXPECT_EQ(n.s.csc.NTYCSC(first), steps == 0) << other.what;
+            EXPECT_NEAR(n.s.branch.BKM(l), alone.s.branch.BKM(alone.s.csc.LICSC(i)), CLOSE) << other.what << steps;
+            const auto left = imbalance(n.s);
+            for (int k : rows(buses)) EXPECT_LT(std::abs(left[std::size_t(k)]), CLOSE) << other.what << " bus " << k;
+        }
+    }
+}
+
 TEST(PhaseShifters, HoldTheirFlowOrStopAtALimit) {
     enum End { held, lowest, highest };
     struct {
