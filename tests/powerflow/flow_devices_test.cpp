@@ -342,5 +342,25 @@ TEST(PhaseShifters, ActAgainOnceTheirLimitsAreWidened) {
     EXPECT_NEAR(drawn(n.s, n.s.tap.NOTAP(n.s.phs.NOPHS(i))).first.real(), 1.5, CLOSE);
 }
 
+// Between two buses that hold angle and voltage nothing but the shift moves the flow, and at a right angle across a
+// reactance not even that: the equation is empty, whatever the order of elimination.
+TEST(PhaseShifters, AtARightAngleBetweenSlacksAreSingular) {
+    const double right = std::acos(-1.0) / 2;
+    for (double across : {right, right - 0.2}) {
+        Network n;
+        n.generator(3, 1.0);
+        n.generator(3, 1.0);
+        n.s.bus.ANGLE(2) = -across;
+        n.branch(1, 2, 0, 0.5);
+        const int i = phase_shifter(n, 1, 2, 2, 9, false);
+        n.s.branch.GKM(n.s.tap.NOTAP(n.s.phs.NOPHS(i))) = 0;
+        n.s.phs.PHS(i) = 0;
+        n.ready().solve();
+        const bool told = n.session.messages().find("SOLVNW 130") != std::string::npos;
+        EXPECT_EQ(told, across == right) << n.session.messages();
+        EXPECT_EQ(n.s.sol.CONVSTAT, across == right ? 3 : 1) << across;
+    }
+}
+
 }  // namespace
 }  // namespace korvane::testing
