@@ -2,67 +2,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/host.hpp"
-#include "powerflow/powerflow.hpp"
+#include "app/export_tables.hpp"
 #include "reports/reports.hpp"
 
 namespace korvane {
 
 namespace {
-
-std::string_view trimmed(std::string_view s) {
-    const auto end = s.find_last_not_of(' ');
-    return end == std::string_view::npos ? std::string_view{} : s.substr(0, end + 1);
-}
-
-/// A table of comma-separated values being written, UTF-8, lines ending in LF.
-class Csv {
-public:
-    explicit Csv(std::string_view heading) { text_.append(heading).append("\n"); }
-
-    Csv& operator<<(int v) { return number(v); }
-    /// The shortest digits that read back as the same number.
-    Csv& operator<<(double v) { return number(v == 0.0 ? 0.0 : v); }
-    /// An empty field when there is no value.
-    Csv& operator<<(std::optional<double> v) {
-        if (v) return *this << *v;
-        separate();
-        return *this;
-    }
-    /// Latin-1 text, in quotes where it needs them.
-    Csv& operator<<(std::string_view latin1) {
-        separate();
-        const std::string s = utf8_from_latin1(latin1);
-        if (s.find_first_of(",\"\r\n") == std::string::npos) {
-            text_ += s;
-            return *this;
-        }
-        text_ += '"';
-        for (char c : s) text_.append(c == '"' ? 2 : 1, c);
-        text_ += '"';
-        return *this;
-    }
-    void end_row() {
-        text_ += '\n';
-        first_ = true;
-    }
-    std::string take() { return std::move(text_); }
-
-private:
-    void separate() {
-        if (!first_) text_ += ',';
-        first_ = false;
-    }
-    template <class T>
-    Csv& number(T v) {
-        separate();
-        char digits[32];
-        text_.append(digits, std::to_chars(digits, digits + sizeof digits, v).ptr);
-        return *this;
-    }
-    std::string text_;
-    bool first_ = true;
-};
 
 /// Tap and phase row of each branch, 0 for none, straight from the rows that name it: a run that stopped inside a
 /// block has no address lists.
@@ -74,15 +19,6 @@ struct BranchRows {
             if (const int t = s.phs.NOPHS(p); t != 0) phase[std::size_t(s.tap.NOTAP(t))] = p;
     }
 };
-
-/// Flow of a branch, 0 where a bus out of service keeps it dead.
-BranchFlow live_flow(const Run& run, int l) {
-    const Store& s = run.store;
-    const bool from = s.bus.STBUS(s.branch.NFROM(l)), to = s.bus.STBUS(s.branch.NTO(l));
-    const bool open = !s.branch.STLIN(l);
-    if ((from || (open && !s.branch.STLIND(l))) && (to || (open && !s.branch.STLINP(l)))) return solved_flow(run, l);
-    return {};
-}
 
 /// The greater apparent power of the two ends in per cent of the normal rating; nothing without one.
 std::optional<double> loading(const BranchFlow& f, double rating, double base) {
@@ -99,6 +35,14 @@ nlohmann::ordered_json counts(const Store& s) {
 }
 
 }  // namespace
+
+BranchFlow live_flow(const Run& run, int l) {
+    const Store& s = run.store;
+    const bool from = s.bus.STBUS(s.branch.NFROM(l)), to = s.bus.STBUS(s.branch.NTO(l));
+    const bool open = !s.branch.STLIN(l);
+    if ((from || (open && !s.branch.STLIND(l))) && (to || (open && !s.branch.STLINP(l)))) return solved_flow(run, l);
+    return {};
+}
 
 std::string run_json(const Run& run, int status) {
     using Json = nlohmann::ordered_json;
@@ -169,40 +113,24 @@ std::string branches_csv(Run& run) {
     return csv.take();
 }
 
-// One line for every transformer under tap control.
-std::string transformers_csv(Run& run) {
-    const Store& s = run.store;
-    const BranchTables& b = s.branch;
-    std::vector<char> held(std::size_t(b.NL) + 1);
-    for (int i : rows(s.tpf.n)) held[std::size_t(s.tpf.row(i).at)] = 1;
-    Csv csv("from,to,circuit,in_service,state,controlled_bus,target_pu,voltage_pu,tap,tap_min,tap_max");
-    for (int t : rows(s.tap.NTAP)) {
-        const int l = s.tap.NOTAP(t), k = std::abs(s.tap.KBUS(t).at);
-        if (l == 0 || (b.LTYPE(l) != 3 && b.LTYPE(l) != 4)) continue;
-        const int from = b.NFROM(l), to = b.NTO(l);
-        if (from == 0 || to == 0 || k == 0) continue;  // removed in a block that did not come to its end
-        const std::string_view state = held[std::size_t(l)]  ? "held"
-                                       : s.tap.NTTAP(t) == 1 ? "max"
-                                       : s.tap.NTTAP(t) == 2 ? "min"
-                                       : s.bus.NTYPE(k) > 0  ? "standby"
-                                                             : "free";
-        csv << s.bus.NOINT(from) << s.bus.NOINT(to) << b.NCIR(l) << int(b.STLIN(l)) << state << s.bus.NOINT(k)
-            << s.tap.VBUS(t) << s.bus.VOLT(k) << 1.0 / s.tap.TAP(t) << s.tap.TPMIN(t) << s.tap.TPMAX(t);
-        csv.end_row();
-    }
-    return csv.take();
-}
-
 std::optional<std::string> export_run(Run& run, const std::string& folder, int status) {
+    constexpr struct {
+        const char* file;
+        std::string (*rows)(Run&);
+    } TABLES[] = {{"/buses.csv", buses_csv},
+                  {"/branches.csv", branches_csv},
+                  {"/transformers.csv", transformers_csv},
+                  {"/compensators.csv", compensators_csv},
+                  {"/generators_remote.csv", generators_remote_csv}};
     // A stop inside a solve leaves the store without what is out of service.
     if (run.store.cmp.compacted) STOON(run);
+    // The options in force by now are those of the code that ended the run.
+    run.opt.IOPTN = run.opt.solved.value_or(run.opt.OPTDEF);
     if (!make_folder(folder)) return folder;
-    const std::pair<const char*, std::string> files[] = {{"/buses.csv", buses_csv(run)},
-                                                         {"/branches.csv", branches_csv(run)},
-                                                         {"/transformers.csv", transformers_csv(run)},
-                                                         {"/run.json", run_json(run, status)}};
-    for (const auto& [name, text] : files)
-        if (!write_whole_file(folder + name, text)) return folder + name;
+    auto write = [&](const char* file, const std::string& text) { return write_whole_file(folder + file, text); };
+    for (const auto& [file, rows] : TABLES)
+        if (!write(file, rows(run))) return folder + file;
+    if (!write("/run.json", run_json(run, status))) return folder + "/run.json";
     return std::nullopt;
 }
 

@@ -95,6 +95,7 @@ void solve_power_flow(Run& run) {
     newton_for_series_devices(run);
     run.msg.NERR = 0;
     solve(run);
+    run.opt.solved = run.opt.IOPTN;
     MSGOUT(run);
     const bool solved = run.msg.NERR == 0;
     run.ctl.KNTRL[16] = solved;

@@ -70,6 +70,7 @@ int find_option(std::string_view name) { return name.size() == 4 ? INDEX.find(na
 
 void Options::reset() {
     OPTDEF.reset();
+    solved.reset();
     for (Option o : {"NEWT"_opt, "RCVG"_opt, "RMON"_opt, "MFCT"_opt}) OPTDEF.set(std::size_t(o.index));
 }
 

@@ -1,6 +1,7 @@
 // Execution options: four-letter words on a code line, or set as defaults by DOPC; each is one logical.
 #pragma once
 #include <bitset>
+#include <optional>
 #include <string_view>
 
 namespace korvane {
@@ -22,6 +23,7 @@ struct Option {
 struct Options {
     std::bitset<OPTIONS + 1> IOPTN;   // in force for the present code
     std::bitset<OPTIONS + 1> OPTDEF;  // defaults
+    std::optional<std::bitset<OPTIONS + 1>> solved;  // in force when EXLF solved the present network last
 
     bool operator[](Option o) const { return IOPTN[std::size_t(o.index)]; }
     void set(Option o, bool on = true) { IOPTN[std::size_t(o.index)] = on; }

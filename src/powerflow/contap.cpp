@@ -5,13 +5,15 @@
 
 #include "frame/page.hpp"
 #include "network/branch_rows.hpp"
+#include "powerflow/bridges.hpp"
+#include "powerflow/phase_shifters.hpp"
 
 namespace korvane {
 
 namespace {
 
 // Rows of CONTAP.
-constexpr int HEADING = 1, HEADING_LAST = 3, LINE = 4, HELD_WORD = 5;
+constexpr int TAPS = 1, SHIFTERS = 6, COLUMNS = 2, UNDERLINE = 3, LINE = 4, HELD_WORD = 5;
 
 /// Of every bus, its neighbours over branches in service: none, one, or several (MANY).
 constexpr int MANY = -1;
@@ -51,9 +53,9 @@ std::vector<char> loaded_buses(const Store& s) {
     return loaded;
 }
 
-// The rows of the running routine stay as they are.
-void report(Run& run, const std::vector<int>& held) {
-    if (run.units.LUREP == unit::null) return;
+// The branches that are held, under the title row. The rows of the running routine stay as they are.
+void report(Run& run, int title, const std::vector<int>& held) {
+    if (held.empty() || run.units.LUREP == unit::null) return;
     const Formats::Rows& format = load_rows(run, "CONTAP");
     const Store& s = run.store;
     auto print = [&](int row, std::initializer_list<Arg> values) {
@@ -63,7 +65,7 @@ void report(Run& run, const std::vector<int>& held) {
     for (int l : held) {
         if (!headed || run.pag.NLINE >= run.pag.LPP) {
             if (headed || run.pag.NLINE + 5 > run.pag.LPP) PAGHDR(run);
-            for (int row = HEADING; row <= HEADING_LAST; ++row) print(row, {});
+            for (int row : {title, COLUMNS, UNDERLINE}) print(row, {});
             headed = true;
         }
         const int from = s.branch.NFROM(l), to = s.branch.NTO(l);
@@ -72,9 +74,26 @@ void report(Run& run, const std::vector<int>& held) {
     }
 }
 
-}  // namespace
+// Whether a held shifter is to be told is decided before its mark is set anew.
+void hold_radial_shifters(Run& run) {
+    Store& s = run.store;
+    if (!run.opt["CPHS"_opt]) return;
+    const bool inner = run.mat.state.analysis || run.mat.state.resolve != 0;
+    std::vector<char> bridge;
+    std::vector<int> held;
+    for (int i : rows(s.phs.NPHS)) {
+        if (!controlled_shifter(s, i)) continue;
+        if (bridge.empty()) bridge = find_bridges(s);
+        const int l = s.tap.NOTAP(s.phs.NOPHS(i));
+        const bool told = inner && s.phs.FLGPHS(i), stays = bridge[std::size_t(l)] && !shift_at_limit(s, i);
+        s.phs.FLGPHS(i) = stays;
+        if (stays && !told) held.push_back(l);
+    }
+    for (int l : held) MSGPUT(run, "CONTAP", -200, l, element::branch);
+    report(run, SHIFTERS, held);
+}
 
-void hold_idle_taps(Run& run) {
+void hold_taps(Run& run) {
     Store& s = run.store;
     if (!run.opt["CTAP"_opt] || s.tap.NTAP == 0) return;
     const std::vector<int> sole = sole_neighbours(s);
@@ -106,7 +125,15 @@ void hold_idle_taps(Run& run) {
         s.tpf.row(add_row(s.tpf)) = l;
         held.push_back(l);
     }
-    if (!held.empty()) report(run, held);
+    report(run, TAPS, held);
+}
+
+}  // namespace
+
+void hold_idle_taps(Run& run) {
+    hold_taps(run);
+    hold_radial_shifters(run);
+    MSGOUT(run);  // a branch is named by its row, which moves when the store is compacted
 }
 
 }  // namespace korvane

@@ -4,9 +4,15 @@
 
 namespace korvane {
 
-/// The taps of CONTAP: with CTAP, a transformer between two load buses of which one hangs on it alone and is not the bus
+/// CONTAP, of taps and phase shifters. Call it while nothing is compacted.
+///
+/// With CTAP, a transformer between two load buses of which one hangs on it alone and is not the bus
 /// that the tap controls. When nothing is connected to that bus no current flows, and the tap joins the list of those
-/// held fixed, with a line in the report. Message 100: the list is full. Call it while nothing is compacted.
+/// held fixed, with a line in the report. Message 100: the list is full.
+///
+/// With CPHS, a controlled phase shifter that alone holds its island together: what it carries does not depend on its
+/// shift, and FLGPHS marks it to keep it. Warning -200 and a line in the report, unless its shift is at a limit; in a
+/// solve inside an analysis only when it has not been marked before.
 void hold_idle_taps(Run& run);
 
 }  // namespace korvane

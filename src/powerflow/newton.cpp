@@ -569,15 +569,13 @@ void SOLVNW(Run& run, int& status) {
             if (!iterate(run, {"SOLVNW", devices(), reassemble})) break;
         } else if (settle(run))
             sol.CONVSTAT = 0;
-        else if (sol.CONVSTAT == 3)
-            break;
-        else
+        else if (sol.CONVSTAT != 3)  // under CILH some islands ended without a solution; controls of the others go on
             sol.CONVSTAT = 1;
         if (sol.CONVSTAT <= 3)
             for (const Device& d : devices())
                 if (d.adjust) d.adjust(run);
         report_switches(run);
-    } while (sol.CONVSTAT != 1 && sol.CONVSTAT != 5 && sol.CONVSTAT != 6);
+    } while (sol.CONVSTAT == 0);
     leave(run);
 }
 

@@ -11,6 +11,7 @@
 #include <cmath>
 
 #include "powerflow/augmented.hpp"
+#include "powerflow/bridges.hpp"
 
 namespace korvane {
 
@@ -24,17 +25,6 @@ constexpr double AT_LIMIT = 1e-4;  // rad
 constexpr int MOST_RETURNS = 10;
 
 int branch_of(const Store& s, int i) { return s.tap.NOTAP(s.phs.NOPHS(i)); }
-
-bool controllable(const Store& s, int i) {
-    const int n = s.phs.NOPHS(i);
-    if (n < 1 || n > s.tap.NTAP) return false;
-    const int l = s.tap.NOTAP(n);
-    return l >= 1 && l <= s.branch.NL && s.branch.STLIN(l) && s.branch.LTYPE(l) == 6 && s.phs.KONPHS(i) != 0;
-}
-
-bool near_limit(const PhaseTables& p, int i) {
-    return p.PHS(i) - p.PHSMIN(i) <= AT_LIMIT || p.PHSMAX(i) - p.PHS(i) <= AT_LIMIT;
-}
 
 /// The branch of a shifter: the numbers of the network rows, and the flow at the measured end with its derivatives.
 struct Flow {
@@ -73,7 +63,7 @@ Flow flow_of(const Run& run, int i) {
 void leave_limit(Run& run, ShifterRow& row, const Flow& f) {
     PhaseTables& p = run.store.phs;
     const int i = row.shifter;
-    if (!near_limit(p, i) || !(std::abs(f.error()) > run.cte.TEPA) || row.returns > MOST_RETURNS) return;
+    if (!shift_at_limit(run.store, i) || !(std::abs(f.error()) > run.cte.TEPA) || row.returns > MOST_RETURNS) return;
     // What the pass that stopped it left is no flow to go by yet, unless the network is solved.
     if (run.store.sol.NITP <= row.stopped && !(run.mat.state.residual.DP <= run.cte.TEPA)) return;
     const double wanted = f.error() / f.angle;
@@ -87,13 +77,27 @@ void leave_limit(Run& run, ShifterRow& row, const Flow& f) {
 
 }  // namespace
 
+bool controlled_shifter(const Store& s, int i) {
+    const int n = s.phs.NOPHS(i);
+    if (n < 1 || n > s.tap.NTAP) return false;
+    const int l = s.tap.NOTAP(n);
+    return l >= 1 && l <= s.branch.NL && s.branch.STLIN(l) && s.branch.LTYPE(l) == 6 && s.phs.KONPHS(i) != 0;
+}
+
+bool shift_at_limit(const Store& s, int i) {
+    const PhaseTables& p = s.phs;
+    return p.PHS(i) - p.PHSMIN(i) <= AT_LIMIT || p.PHSMAX(i) - p.PHS(i) <= AT_LIMIT;
+}
+
 bool build_phase_shifters(Run& run) {
     Store& s = run.store;
     ControlWork& w = run.mat.control;
     w.shifters = 0;
     if (!run.opt["CPHS"_opt]) return true;
+    std::vector<char> bridge;
     for (int i : rows(s.phs.NPHS)) {
-        if (!controllable(s, i)) continue;
+        if (!controlled_shifter(s, i)) continue;
+        if (bridge.empty()) bridge = find_bridges(s);
         ShifterRow& row = w.shifter_row(++w.shifters) = {};
         const int l = branch_of(s, i);
         row.shifter = i;
@@ -101,7 +105,9 @@ bool build_phase_shifters(Run& run) {
         row.equation = add_fictitious_bus(run, Equation::phase_shifter, w.shifters);
         row.to_from = add_fictitious_branch(run, row.equation, s.branch.NFROM(l));
         row.to_to = add_fictitious_branch(run, row.equation, s.branch.NTO(l));
-        if (near_limit(s.phs, i)) s.phs.FLGPHS(i) = true;
+        const bool stays = bridge[std::size_t(l)];
+        if (stays) row.returns = MOST_RETURNS + 1;
+        s.phs.FLGPHS(i) = stays || shift_at_limit(s, i);
     }
     return equations_fit(run, "ESTPHS");
 }

@@ -54,6 +54,11 @@ public:
 /// is the first. Messages 100, 110: a case could not be kept, or not brought back, and the run ends there.
 void PWFPRI(Run& run, CaseKeeper& cases);
 
+/// Voltage that tap row n aims at, pu: with CTAF the target that its band gave it last.
+double tap_target(const Run& run, int n);
+/// Whether phase row i stands at a limit of its shift.
+bool shift_at_limit(const Store& s, int i);
+
 /// Power that enters branch l at its from and at its to end at the present voltages, pu.
 struct BranchFlow {
     double pf, qf, pt, qt;

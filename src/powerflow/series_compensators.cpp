@@ -63,10 +63,26 @@ void set_susceptance(Run& run, int l, double b) {
     br.BKM(l) = b;
 }
 
+/// Whether the equations of the island of bus k were met on this pass: under CILH it does not wait for the others.
+bool island_solved(const Run& run, int k) {
+    const Store& s = run.store;
+    return run.opt["CILH"_opt] ? run.mat.island(s.ilh.NOILHA2(k)).KONLF2 == 1 : s.sol.CONVSTAT == 1;
+}
+
 void go_on(Run& run, int k, bool note) {
     run.store.sol.CONVSTAT = 0;
     if (run.opt["CILH"_opt]) run.mat.island(run.store.ilh.NOILHA2(k)).KONLF2 = 0;
     if (note) note_switch(run.mat.state, run.store.bus.NOINT(k));
+}
+
+// Before the first of them reopens its island, so that all of it move on the same pass.
+void note_solved(Run& run) {
+    ControlWork& w = run.mat.control;
+    for (int r : rows(w.series_devices)) {
+        SeriesRow& row = w.series_row(r);
+        const int k = run.store.csc.NBECSC(row.device);
+        row.solved = in_service(run, row.device) && island_solved(run, k);
+    }
 }
 
 // A compensator stops at a limit of its susceptance.
@@ -155,10 +171,12 @@ bool round_series_compensators(Run& run) {
     Store& s = run.store;
     ControlWork& w = run.mat.control;
     bool moved = false;
+    note_solved(run);
     for (int r : rows(w.series_devices)) {
         SeriesRow& row = w.series_row(r);
         const int i = row.device, l = s.csc.LICSC(i);
         if (row.rounded || s.csc.NSTCSC(i) <= 0 || !in_service(run, i)) continue;
+        if (run.opt["CILH"_opt] && !row.solved) continue;
         row.rounded = true;
         s.csc.NTYCSC(i) = false;
         const double least = -1 / s.csc.BMNCSC(i), greatest = -1 / s.csc.BMXCSC(i), z = -1 / s.branch.BKM(l);
@@ -175,8 +193,9 @@ bool round_series_compensators(Run& run) {
 void check_series_compensators(Run& run) {
     Store& s = run.store;
     ControlWork& w = run.mat.control;
-    const bool solved = s.sol.CONVSTAT == 1;
-    if (s.sol.NITP < 2 && !solved) return;
+    if (run.opt["CILH"_opt]) round_series_compensators(run);
+    if (s.sol.NITP < 2 && s.sol.CONVSTAT != 1) return;
+    note_solved(run);
     for (int r : rows(w.series_devices)) {
         SeriesRow& row = w.series_row(r);
         const int i = row.device, l = s.csc.LICSC(i);
@@ -189,7 +208,7 @@ void check_series_compensators(Run& run) {
         }
         // What was rounded stands: it would come back to the same step. A flow that is not solved yet frees nothing: it
         // may be that of the step which was cut off.
-        if (row.rounded || !solved || (b != lowest && b != highest)) continue;
+        if (row.rounded || !row.solved || (b != lowest && b != highest)) continue;
         const View v = view(run, i);
         const double sign = s.csc.VSPCSC(i) < 0 ? -1 : 1, beyond = sign * (v.flow(b) - v.target * v.vk);
         const bool leaves = (b == lowest && beyond > run.cte.TEPA) || (b == highest && beyond < -run.cte.TEPA);

@@ -251,6 +251,7 @@ struct ControlWork {
         int device, equation;
         int to_from, to_to;
         bool rounded;           // it has been put on a step
+        bool solved;            // on this pass the equations of its island are met
         unsigned char returns;  // from a limit
     };
     int series_devices;

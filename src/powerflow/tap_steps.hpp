@@ -20,8 +20,6 @@ std::span<int> named_by(Store& s, const List& list, int n) {
 /// Whether the controlled voltage of tap row n rises with a = 1/TAP, the ratio on the from side.
 inline bool rises_with_ratio(const TapTables& tap, int n) { return tap.KBUS(n) >= 0; }
 
-/// Voltage that tap row n aims at, pu: with CTAF the target that its band gave it last.
-double tap_target(const Run& run, int n);
 /// Whether tap row n stands at the limit that keeps it from raising (error below 0) or lowering (above 0) the voltage
 /// further; the error is the controlled voltage less its target.
 bool at_explaining_limit(const Run& run, int n, double error);

@@ -5,7 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "powerflow/powerflow.hpp"
+#include "network/block_bench.hpp"
+#include "powerflow/controlled_networks.hpp"
 #include "reports/small_network.hpp"
 #include "support/fixture.hpp"
 
@@ -159,6 +160,163 @@ TEST(Export, TextsAreQuotedAndDeadOrOpenBranchesShowWhatFlows) {
             EXPECT_EQ(b.at("in_service"), b.at("from") == "4" ? "1" : "0") << dead;
         }
     }
+}
+
+TEST(Export, ControlsAreShownInTheUnitsOfTheirCardsUnderTheOptionsOfTheSolution) {
+    std::string deck = "DCTE\nTEPA   1E-7 TEPR   1E-7 TLVC   1E-6\n99999\n";
+    auto block = [&](const char* code, std::initializer_list<const char*> cards) {
+        deck += std::string(code) + '\n';
+        for (const char* card : cards) deck += card_of(card);
+        deck += "99999\n";
+    };
+    block("DBAR", {"1:    1|8:2|25:1020|74:  1|43: -99|48:  99", "1:    2|8:1|53:    5|74:  1|43: -99|48:  99",
+                   "1:    3|8:0|59:   30|64:   5|74:  1", "1:    4|8:0|59:   50|64:   5|74:  1",
+                   "1:    5|8:0|25: 990|59:   30|64:   5|74:  1", "1:    6|8:0|74:  1"});
+    block("DLIN", {"1:    1|11:    3|27:   10.", "1:    1|11:    4|27:   10.|39:   1.|54:   2.",
+                   "1:    1|11:    4|16: 2|27:   20.", "1:    2|11:    5|27:    5.", "1:    4|11:    5|27:   10.",
+                   "1:    3|11:    5|27:   10.", "1:    6|11:    4|27:   15."});
+    block("DCTR", {"1:    1|9:    4|15: 1|32:  -30.|39:   25.|46:P|48:   20.|55:    1|61:10"});
+    block("DCSC", {"1:    3|10:    6|26:  -10.|32:   -1.|38:   -5.|44:P|46:    8.|53:    3"});
+    block("DCER", {"1:    3|9: 1|12: 2|21:    2.|28:   0.|34:  -40.|40:   30.|46:P"});
+    Session s(deck + "EXLF NEWT CREM CPHS QLIM\nFIM\n");
+    ASSERT_EQ(s.status, 0) << s.messages();
+    ASSERT_FALSE(export_run(s.run, "out", 0).has_value());
+
+    std::map<std::string, std::map<std::string, std::string>> by_kind;
+    for (const auto& row : read_csv(s.dir.read("out/compensators.csv"))) by_kind[row.at("kind")] = row;
+    ASSERT_EQ(by_kind.size(), 3u);
+    const double v = s.store().bus.VOLT(bus_of(s.store(), 3));
+    struct {
+        const char *kind, *ends, *quantity, *controlled;
+        double target, lowest, highest;
+    } const cases[] = {{"static", "3---1", "voltage", "3", 1, -80 * v * v, 60 * v * v},
+                       {"series", "3-6-1-", "power", "3", 8, -10, -1},
+                       {"phase", "1-4-1-", "power", "1", 20, -30, 25}};
+    for (const auto& c : cases) {
+        const auto& row = by_kind[c.kind];
+        EXPECT_EQ(row.at("from") + '-' + row.at("to") + '-' + row.at("circuit") + '-' + row.at("group"), c.ends);
+        EXPECT_EQ(row.at("state"), "free") << c.kind;
+        EXPECT_EQ(row.at("quantity"), c.quantity);
+        EXPECT_EQ(row.at("controlled_bus"), c.controlled);
+        EXPECT_NEAR(number(row.at("target")), c.target, 1e-9) << c.kind;
+        EXPECT_NEAR(number(row.at("value_min")), c.lowest, 1e-9) << c.kind;
+        EXPECT_NEAR(number(row.at("value_max")), c.highest, 1e-9) << c.kind;
+        // On its slope a static compensator stands off by 2 per cent, shared by two units, for each 100 Mvar.
+        const double droop = row.at("kind") == "static" ? -0.01 * number(row.at("value")) / 100 : 0;
+        EXPECT_NEAR(number(row.at("achieved")), c.target + droop, 1e-4) << c.kind;
+    }
+    const auto remote = read_csv(s.dir.read("out/generators_remote.csv"));
+    ASSERT_EQ(remote.size(), 1u);
+    EXPECT_EQ(remote[0].at("bus") + remote[0].at("state") + remote[0].at("controlled_bus"), "2free5");
+    EXPECT_EQ(number(remote[0].at("target_pu")), 0.99);
+    EXPECT_NEAR(number(remote[0].at("voltage_pu")), 0.99, 2e-6);
+    EXPECT_EQ(number(remote[0].at("q_max_mvar")), 99);
+}
+
+/// A network with one control of each kind, in play.
+struct Controls : Network {
+    int cer, csc, phs, rcb, tap;
+    Controls() {
+        generator(3, 1.02);
+        generator(2, 1.0, 0.1);
+        for (int k = 3; k <= 5; ++k) bus(0, 1, 0.2, 0.05);
+        for (int k = 1; k <= 5; ++k) branch(k, k % 5 + 1, 0.01, 0.08);
+        cer = add_row(s.cer);
+        s.cer.NBECER(cer) = s.cer.NVKCER(cer) = 3;
+        s.cer.NUCER(cer) = 1;
+        csc = series_compensator(*this, 3, 5, 1, 0.1, false, 9);
+        phs = phase_shifter(*this, 4, 5, 2, 0.1, false);
+        rcb = add_row(s.rcb);
+        s.rcb.ICB(rcb) = 2;
+        s.rcb.IRCB(rcb) = 4;
+        branch(3, 4, 0.01, 0.1, 0, 1.03);
+        tap = s.tap.NTAP;
+        s.branch.LTYPE(s.tap.NOTAP(tap)) = 3;
+        s.tap.KBUS(tap) = 4;
+        s.tap.TPMIN(tap) = 0.9;
+        s.tap.TPMAX(tap) = 1.1;
+        run.opt.set("CREM"_opt);
+        ready();
+    }
+    int branch_of(int t) const { return s.tap.NOTAP(t); }
+};
+
+TEST(Export, ControlsTellTheirState) {
+    using C = Controls;
+    enum Table { compensators, generators, transformers };
+    struct {
+        Table table;
+        const char *kind, *state;
+        void (*change)(C&);
+    } const cases[] = {
+        {compensators, "static", "free", [](C&) {}},
+        {compensators, "static", "max", [](C& n) { n.s.cer.KONCER(n.cer) = 1; }},
+        {compensators, "static", "min", [](C& n) { n.s.cer.KONCER(n.cer) = 3; }},
+        {compensators, "static", "out", [](C& n) { n.s.cer.STUCER(n.cer) = false; }},
+        {compensators, "static", "out", [](C& n) { n.s.bus.STBUS(3) = false; }},
+        {compensators, "series", "free", [](C&) {}},
+        {compensators, "series", "rounded", [](C& n) { n.s.csc.NTYCSC(n.csc) = false; }},
+        {compensators, "series", "min",
+         [](C& n) {
+             n.s.csc.NTYCSC(n.csc) = false;
+             n.s.branch.BKM(n.s.csc.LICSC(n.csc)) = n.s.csc.BMNCSC(n.csc);
+         }},
+        {compensators, "series", "max",
+         [](C& n) {
+             n.s.csc.NTYCSC(n.csc) = false;
+             n.s.branch.BKM(n.s.csc.LICSC(n.csc)) = n.s.csc.BMXCSC(n.csc);
+         }},
+        {compensators, "series", "fixed", [](C& n) { n.s.csc.KONCSC(n.csc) = 3; }},
+        {compensators, "series", "out", [](C& n) { n.s.branch.STLIN(n.s.csc.LICSC(n.csc)) = false; }},
+        {compensators, "series", "out", [](C& n) { n.s.bus.STBUS(5) = false; }},
+        {compensators, "phase", "free", [](C&) {}},
+        {compensators, "phase", "held", [](C& n) { n.s.phs.FLGPHS(n.phs) = true; }},
+        {compensators, "phase", "max", [](C& n) { n.s.phs.FLGPHS(n.phs) = true, n.s.phs.PHS(n.phs) = 0.5; }},
+        {compensators, "phase", "min", [](C& n) { n.s.phs.FLGPHS(n.phs) = true, n.s.phs.PHS(n.phs) = -0.5; }},
+        {compensators, "phase", "fixed", [](C& n) { n.s.phs.KONPHS(n.phs) = 0; }},
+        {compensators, "phase", "fixed", [](C& n) { n.run.opt.clear("CPHS"_opt); }},
+        {compensators, "phase", "out", [](C& n) { n.s.branch.STLIN(n.branch_of(n.s.phs.NOPHS(n.phs))) = false; }},
+        {generators, "", "free", [](C&) {}},
+        {generators, "", "max", [](C& n) { n.s.bus.NTYPE(2) = -2, n.s.gen.QGEN(2) = 99; }},
+        {generators, "", "min", [](C& n) { n.s.bus.NTYPE(2) = -2, n.s.gen.QGEN(2) = -99; }},
+        {generators, "", "out", [](C& n) { n.s.bus.STBUS(2) = false; }},
+        {generators, "", "off", [](C& n) { n.run.opt.clear("CREM"_opt); }},
+        {generators, "", "off", [](C& n) { n.s.fcr.row(add_row(n.s.fcr)) = 2; }},
+        {generators, "", "off", [](C& n) { n.s.bus.NTYPE(2) = 0; }},
+        {generators, "", "off", [](C& n) { n.s.rcb.IRCB(n.rcb) = 1; }},  // the slack holds its own bus
+        {generators, "", "terminal",
+         [](C& n) {
+             n.run.opt.set("VLCR"_opt);
+             const int g = n.s.bus.NOGLT(2) = add_row(n.s.glt);
+             n.s.glt.VMIN(g) = 0.9;
+             n.s.glt.VMAX(g) = 1.0;
+             n.s.rcb.VRCB(n.rcb) = 1.05;
+         }},
+        {transformers, "", "standby", [](C&) {}},
+        {transformers, "", "free", [](C& n) { n.run.opt.clear("CREM"_opt); }},
+        {transformers, "", "free", [](C& n) { n.s.fcr.row(add_row(n.s.fcr)) = 2; }},
+        {transformers, "", "free", [](C& n) { n.s.bus.NTYPE(2) = -2; }},
+        {transformers, "", "max", [](C& n) { n.s.rcb.IRCB(n.rcb) = 5, n.s.tap.NTTAP(n.tap) = 1; }},
+        {transformers, "", "standby", [](C& n) { n.s.rcb.IRCB(n.rcb) = 5, n.s.tap.KBUS(n.tap) = 1; }},
+        {transformers, "", "held", [](C& n) { n.s.tpf.row(add_row(n.s.tpf)) = n.branch_of(n.tap); }},
+    };
+    std::string (*const tables[])(korvane::Run&) = {compensators_csv, generators_remote_csv, transformers_csv};
+    for (const auto& c : cases) {
+        C n;
+        c.change(n);
+        int seen = 0;
+        for (const auto& row : read_csv(tables[c.table](n.run))) {
+            if (c.table == compensators && row.at("kind") != c.kind) continue;
+            ++seen;
+            EXPECT_EQ(row.at("state"), c.state) << c.table << c.kind << " case " << &c - cases;
+        }
+        EXPECT_EQ(seen, 1) << c.table << c.kind;
+    }
+    C n;
+    n.run.opt.set("CTAF"_opt);
+    n.s.tap.NTTVF(n.tap) = -1;
+    n.s.tap.VBARRA(n.tap) = 1.04;
+    EXPECT_EQ(read_csv(transformers_csv(n.run)).at(0).at("target_pu"), "1.04") << "of the band";
 }
 
 TEST(Export, AFolderThatCannotBeMadeIsTold) {

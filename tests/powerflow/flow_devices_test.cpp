@@ -2,6 +2,7 @@
 // explain why not.
 #include <gtest/gtest.h>
 
+#include "powerflow/bridges.hpp"
 #include "powerflow/controlled_networks.hpp"
 
 namespace korvane::testing {
@@ -154,6 +155,56 @@ TEST(SeriesCompensators, LeaveTheirLimitsTogether) {
     EXPECT_LE(n.s.sol.NITP, 10) << "one round for both";
 }
 
+/// An island with a slack, a load and, when it has a target, a series compensator towards the load; its row.
+int island(Network& n, double load, double target, int steps) {
+    const int slack = n.generator(3, 1.02), middle = n.bus(0), end = n.bus(0, 1, load, 0.2);
+    n.branch(slack, middle, 0.002, 0.05, 0.02);
+    n.branch(slack, end, 0.01, 0.15, 0.02);
+    return target == 0 ? 0 : series_compensator(n, middle, end, 1, target, false, steps);
+}
+
+TEST(SeriesCompensators, SettleByIslandWhateverTheOthersDo) {
+    struct {
+        const char* what;
+        double load, angle;  // of the other island; the angle of a machine in it, too far away for its steps
+        int convstat;
+    } const others[] = {{"solves", 1.1, 0, 1}, {"diverges", 40, 0, 3}, {"is on its way", 1.1, 1.9, 2}};
+    for (int steps : {9, 0}) {
+        // On a step; or from its least reactance, where the flow does not want it, back to its target.
+        auto start = [&](Network& n, int i) {
+            if (steps) return;
+            n.s.csc.NTYCSC(i) = false;
+            n.s.branch.BKM(n.s.csc.LICSC(i)) = n.s.csc.BMNCSC(i);
+        };
+        Network alone;
+        const int i = island(alone, 1, 0.62, steps);
+        start(alone, i);
+        alone.ready().solve();
+        ASSERT_EQ(alone.s.sol.CONVSTAT, 1);
+        for (const auto& other : others) {
+            Network n;
+            const int first = island(n, 1, 0.62, steps), l = n.s.csc.LICSC(first), buses = n.s.bus.NB;
+            island(n, other.load, 0, 0);
+            if (other.angle != 0) {
+                n.run.opt.set("STEP"_opt);
+                n.run.cte.ASTP = 0.03;
+                n.run.cte.CSTP = 100;
+                n.s.bus.ANGLE(n.generator(2, 1.02)) = other.angle;
+                n.branch(buses + 1, n.s.bus.NB, 0, 0.1);
+            }
+            start(n, first);
+            n.run.opt.set("CILH"_opt);
+            n.ready().solve();
+            EXPECT_EQ(n.s.sol.CONVSTAT, other.convstat) << other.what;
+            EXPECT_EQ(n.run.mat.island(1).KONLF2, 1) << other.what << steps;
+            EXPECT_EQ(n.s.csc.NTYCSC(first), steps == 0) << other.what;
+            EXPECT_NEAR(n.s.branch.BKM(l), alone.s.branch.BKM(alone.s.csc.LICSC(i)), CLOSE) << other.what << steps;
+            const auto left = imbalance(n.s);
+            for (int k : rows(buses)) EXPECT_LT(std::abs(left[std::size_t(k)]), CLOSE) << other.what << " bus " << k;
+        }
+    }
+}
+
 TEST(PhaseShifters, HoldTheirFlowOrStopAtALimit) {
     enum End { held, lowest, highest };
     struct {
@@ -197,6 +248,133 @@ TEST(PhaseShifters, HoldTheirFlowOrStopAtALimit) {
             } else
                 EXPECT_EQ(n.s.phs.PHS(i), c.end == lowest ? -0.1 : 0.1) << c.what;
         }
+}
+
+/// Islands of the buses in service without branch `out`, by joining the ends of the others.
+int islands_without(const Store& s, int out) {
+    std::vector<int> root(std::size_t(s.bus.NB) + 1);
+    for (int k : rows(s.bus.NB)) root[std::size_t(k)] = k;
+    auto find = [&](int k) {
+        while (root[std::size_t(k)] != k) k = root[std::size_t(k)];
+        return k;
+    };
+    int islands = s.bus.NB;
+    for (int l : rows(s.branch.NL)) {
+        const int from = s.branch.NFROM(l), to = s.branch.NTO(l);
+        if (l == out || !s.branch.STLIN(l) || !s.bus.STBUS(from) || !s.bus.STBUS(to)) continue;
+        const int a = find(from), b = find(to);
+        if (a == b) continue;
+        root[std::size_t(a)] = b;
+        --islands;
+    }
+    return islands;
+}
+
+TEST(PhaseShifters, BridgesAreTheBranchesWhoseOutageSplitsAnIsland) {
+    int bridges = 0, others = 0;
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        Network n;
+        random_network(n, seed);
+        std::mt19937 random(seed);
+        for (int l : rows(n.s.branch.NL)) n.s.branch.STLIN(l) = random() % 3 != 0;
+        for (int k : rows(n.s.bus.NB)) n.s.bus.STBUS(k) = random() % 12 != 0;
+        const std::vector<char> found = find_bridges(n.s);
+        const int whole = islands_without(n.s, 0);
+        for (int l : rows(n.s.branch.NL)) {
+            const bool splits = islands_without(n.s, l) > whole;
+            EXPECT_EQ(bool(found[std::size_t(l)]), splits) << "seed " << seed << " branch " << l;
+            ++(splits ? bridges : others);
+        }
+    }
+    EXPECT_GT(bridges, 100);
+    EXPECT_GT(others, 100);
+}
+
+TEST(PhaseShifters, ThatAloneFeedABusKeepTheirShift) {
+    enum Beside { none, open, closed };
+    struct {
+        const char* what;
+        double start;
+        Beside beside;
+        bool held, told;
+    } const cases[] = {
+        {"alone", 0.01, none, true, true},
+        {"beside an open branch", 0.01, open, true, true},
+        {"beside a branch", 0.01, closed, false, false},
+        {"alone, at a limit that the flow asks away from", 0.1, none, true, false},
+        {"alone, at the limit that the flow asks for", -0.1, none, true, false},
+    };
+    for (const auto& c : cases) {
+        Network n;
+        two_ways(n);
+        const int fed = n.bus(0, 1, 0.3, 0.1);
+        const int i = phase_shifter(n, 3, fed, 2, 0.2, false);
+        n.s.phs.PHS(i) = c.start;
+        n.s.phs.PHSMIN(i) = -0.1;
+        n.s.phs.PHSMAX(i) = 0.1;
+        const int beside = c.beside == none ? 0 : n.branch(3, fed, 0.01, 0.1);
+        if (c.beside == open) n.s.branch.STLIN(beside) = false;
+        n.ready();
+        auto warnings = [&] {
+            const std::string text = n.session.messages();
+            int count = 0;
+            for (auto at = text.find("CONTAP -200"); at != text.npos; at = text.find("CONTAP -200", at + 1)) ++count;
+            return count;
+        };
+        for (int solves : {1, 2}) {
+            n.solve();
+            ASSERT_EQ(n.s.sol.CONVSTAT, 1) << c.what;
+            expect_balanced(n, c.what);
+            EXPECT_EQ(n.s.phs.PHS(i) == c.start, c.held) << c.what;
+            EXPECT_EQ(n.s.phs.FLGPHS(i), c.held) << c.what;
+            EXPECT_EQ(warnings(), c.told ? solves : 0) << c.what;
+        }
+        if (c.told) {
+            n.run.mat.state.analysis = true;
+            n.solve();
+            EXPECT_EQ(warnings(), 2) << c.what << ": told by the solve before the analysis";
+        }
+        if (c.beside != open) continue;
+        n.s.branch.STLIN(beside) = true;
+        n.solve();
+        EXPECT_NEAR(drawn(n.s, n.s.tap.NOTAP(n.s.phs.NOPHS(i))).first.real(), 0.2, CLOSE) << "free again";
+        EXPECT_FALSE(n.s.phs.FLGPHS(i));
+    }
+}
+
+TEST(PhaseShifters, ActAgainOnceTheirLimitsAreWidened) {
+    Network n;
+    two_ways(n);
+    n.branch(2, 3, 0.01, 0.2);
+    const int i = phase_shifter(n, 2, 3, 2, 1.5, false);
+    n.s.phs.PHSMAX(i) = 0.05;
+    n.ready().solve();
+    ASSERT_EQ(n.s.phs.PHS(i), 0.05);
+    ASSERT_TRUE(n.s.phs.FLGPHS(i));
+    n.s.phs.PHSMAX(i) = 0.5;
+    n.solve();
+    EXPECT_FALSE(n.s.phs.FLGPHS(i));
+    EXPECT_NEAR(drawn(n.s, n.s.tap.NOTAP(n.s.phs.NOPHS(i))).first.real(), 1.5, CLOSE);
+}
+
+// Between two buses that hold angle and voltage nothing but the shift moves the flow, and at a right angle across a
+// reactance not even that: the equation is empty, whatever the order of elimination.
+TEST(PhaseShifters, AtARightAngleBetweenSlacksAreSingular) {
+    const double right = std::acos(-1.0) / 2;
+    for (double across : {right, right - 0.2}) {
+        Network n;
+        n.generator(3, 1.0);
+        n.generator(3, 1.0);
+        n.s.bus.ANGLE(2) = -across;
+        n.branch(1, 2, 0, 0.5);
+        const int i = phase_shifter(n, 1, 2, 2, 9, false);
+        n.s.branch.GKM(n.s.tap.NOTAP(n.s.phs.NOPHS(i))) = 0;
+        n.s.phs.PHS(i) = 0;
+        n.ready().solve();
+        const bool told = n.session.messages().find("SOLVNW 130") != std::string::npos;
+        EXPECT_EQ(told, across == right) << n.session.messages();
+        EXPECT_EQ(n.s.sol.CONVSTAT, across == right ? 3 : 1) << across;
+    }
 }
 
 }  // namespace
