@@ -121,6 +121,7 @@ std::optional<std::string> export_run(Run& run, const std::string& folder, int s
                   {"/branches.csv", branches_csv},
                   {"/transformers.csv", transformers_csv},
                   {"/compensators.csv", compensators_csv},
+                  {"/shunts.csv", shunts_csv},
                   {"/generators_remote.csv", generators_remote_csv}};
     // A stop inside a solve leaves the store without what is out of service.
     if (run.store.cmp.compacted) STOON(run);

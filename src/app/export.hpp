@@ -16,9 +16,11 @@ std::string buses_csv(Run& run);
 std::string branches_csv(Run& run);
 
 /// What the controls have come to, under the options in force: one row for each tap under control; for each static
-/// compensator, series compensator and phase shifter; for each generator that holds the voltage of another bus.
+/// compensator, series compensator and phase shifter; for each automatic shunt; for each generator that holds the voltage
+/// of another bus.
 std::string transformers_csv(Run& run);
 std::string compensators_csv(Run& run);
+std::string shunts_csv(Run& run);
 std::string generators_remote_csv(Run& run);
 
 /// Writes all of them into the folder, which is made when it is missing, each whole or not at all, under the options of

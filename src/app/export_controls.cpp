@@ -249,6 +249,34 @@ std::string compensators_csv(Run& run) {
     return csv.take();
 }
 
+std::string shunts_csv(Run& run) {
+    const Store& s = run.store;
+    const AutomaticShuntTables& t = s.sca;
+    const double base = run.cte.BASE;
+    std::vector<char> of_bank(std::size_t(t.NSCA) + 1);
+    for (int b : rows(s.bsh.NBSH)) of_bank[std::size_t(s.bsh.IPSCA(b))] = 1;
+    Csv csv("bus,source,mode,state,controlled_bus,v_min_pu,v_max_pu,voltage_pu,b_mvar,b_min_mvar,b_max_mvar,q_mvar");
+    for (int i : rows(t.NSCA)) {
+        const int k = t.NBUSSCA(i), c = t.KBUSSCA(i), mode = std::abs(t.KONSCA(i));
+        if (k == 0 || c < 1 || c > s.bus.NB) continue;  // removed in a block that did not come to its end
+        const ShuntRange range = shunt_range(t, i);
+        const double v = s.bus.VOLT(k);
+        const std::string_view state = !s.bus.STBUS(k)                     ? "out"
+                                       : mode == 0 || !run.opt["CSCA"_opt] ? "fixed"
+                                       : t.NTSCA(i) == 1                   ? "min"
+                                       : t.NTSCA(i) == 2                   ? "max"
+                                                                           : "free";
+        csv << s.bus.NOINT(k) << (of_bank[std::size_t(i)] ? "bank" : "direct")
+            << (mode == 0   ? "fixed"
+                : mode == 1 ? "discrete"
+                            : "continuous")
+            << state << s.bus.NOINT(c) << t.VMINSCA(i) << t.VMAXSCA(i) << s.bus.VOLT(c) << t.BSCA(i) * base
+            << range.lowest * base << range.highest * base << (s.bus.STBUS(k) ? t.BSCA(i) * v * v * base : 0.0);
+        csv.end_row();
+    }
+    return csv.take();
+}
+
 std::string generators_remote_csv(Run& run) {
     const Store& s = run.store;
     const RemoteControls remote(run);

@@ -300,7 +300,7 @@ bool build_shunts(Run& run) {
         row.shunt = i;
         row.bus = k;
         row.first = first(k) = first(k) ? int(first(k)) : w.shunts;
-        const ShuntRange range = range_of(t, i);
+        const ShuntRange range = shunt_range(t, i);
         row.lowest = range.lowest;
         row.highest = range.highest;
         row.before = t.BSCA(i);

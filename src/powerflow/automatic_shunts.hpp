@@ -22,11 +22,6 @@ bool settle_shunts(Run& run);
 constexpr int MOST_STARTS = 8;
 inline bool stays(const ControlWork::ShuntRow& row) { return row.starts > MOST_STARTS; }
 
-/// The bounds of shunt i: all its reactors, all its capacitors, pu.
-struct ShuntRange {
-    double lowest, highest;
-};
-ShuntRange range_of(const AutomaticShuntTables& t, int i);
 /// The sums of steps next to |b| for the stages of one sign, capacitors when `capacitors`: low <= |b| <= high inside
 /// the range, both the nearer end of the range beyond it. Magnitudes, pu.
 struct StepsAround {

@@ -130,7 +130,7 @@ void hold_taps(Run& run) {
 
 }  // namespace
 
-void hold_idle_taps(Run& run) {
+void CONTAP(Run& run) {
     hold_taps(run);
     hold_radial_shifters(run);
     MSGOUT(run);  // a branch is named by its row, which moves when the store is compacted

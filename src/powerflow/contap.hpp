@@ -13,6 +13,6 @@ namespace korvane {
 /// With CPHS, a controlled phase shifter that alone holds its island together: what it carries does not depend on its
 /// shift, and FLGPHS marks it to keep it. Warning -200 and a line in the report, unless its shift is at a limit; in a
 /// solve inside an analysis only when it has not been marked before.
-void hold_idle_taps(Run& run);
+void CONTAP(Run& run);
 
 }  // namespace korvane

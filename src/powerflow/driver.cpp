@@ -163,7 +163,7 @@ void PWFSOL(Run& run) {
 
     if (opt["IANG"_opt]) start_angles(run);
     if (opt["AARI"_opt]) AREILH(run);
-    hold_idle_taps(run);
+    CONTAP(run);
     take_bank_values(s, !switched);
     allocate_banks(s, switched);
     int removed = 0;

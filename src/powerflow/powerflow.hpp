@@ -56,6 +56,11 @@ void PWFPRI(Run& run, CaseKeeper& cases);
 
 /// Voltage that tap row n aims at, pu: with CTAF the target that its band gave it last.
 double tap_target(const Run& run, int n);
+/// The bounds of automatic shunt i: all its reactors, all its capacitors, pu.
+struct ShuntRange {
+    double lowest, highest;
+};
+ShuntRange shunt_range(const AutomaticShuntTables& t, int i);
 /// Whether phase row i stands at a limit of its shift.
 bool shift_at_limit(const Store& s, int i);
 

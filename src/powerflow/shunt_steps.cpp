@@ -7,7 +7,7 @@
 
 namespace korvane {
 
-ShuntRange range_of(const AutomaticShuntTables& t, int i) {
+ShuntRange shunt_range(const AutomaticShuntTables& t, int i) {
     ShuntRange r{0, 0};
     for (std::size_t stage = 0; stage < MXSTAGE; ++stage) {
         const double all = t.ISTEPSCA(i)[stage] * t.VSTEPSCA(i)[stage];
@@ -49,7 +49,7 @@ double step_for(const AutomaticShuntTables& t, int i, double v, bool by_band) {
 double next_step(const AutomaticShuntTables& t, int i, bool up) {
     constexpr double PAST = 0.001;  // pu; off the value where it stands
     const double b = t.BSCA(i) + (up ? PAST : -PAST);
-    const ShuntRange range = range_of(t, i);
+    const ShuntRange range = shunt_range(t, i);
     if (b >= range.highest) return range.highest;
     if (b <= range.lowest) return range.lowest;
     const auto [low, high] = steps_around(t, i, b, b > 0);

@@ -215,7 +215,7 @@ TEST(Export, ControlsAreShownInTheUnitsOfTheirCardsUnderTheOptionsOfTheSolution)
 
 /// A network with one control of each kind, in play.
 struct Controls : Network {
-    int cer, csc, phs, rcb, tap;
+    int cer, csc, phs, rcb, tap, sca;
     Controls() {
         generator(3, 1.02);
         generator(2, 1.0, 0.1);
@@ -235,7 +235,11 @@ struct Controls : Network {
         s.tap.KBUS(tap) = 4;
         s.tap.TPMIN(tap) = 0.9;
         s.tap.TPMAX(tap) = 1.1;
+        sca = add_row(s.sca);
+        s.sca.NBUSSCA(sca) = s.sca.KBUSSCA(sca) = 5;
+        s.sca.KONSCA(sca) = 1;
         run.opt.set("CREM"_opt);
+        run.opt.set("CSCA"_opt);
         ready();
     }
     int branch_of(int t) const { return s.tap.NOTAP(t); }
@@ -243,7 +247,7 @@ struct Controls : Network {
 
 TEST(Export, ControlsTellTheirState) {
     using C = Controls;
-    enum Table { compensators, generators, transformers };
+    enum Table { compensators, generators, transformers, shunts };
     struct {
         Table table;
         const char *kind, *state;
@@ -298,9 +302,15 @@ TEST(Export, ControlsTellTheirState) {
         {transformers, "", "free", [](C& n) { n.s.bus.NTYPE(2) = -2; }},
         {transformers, "", "max", [](C& n) { n.s.rcb.IRCB(n.rcb) = 5, n.s.tap.NTTAP(n.tap) = 1; }},
         {transformers, "", "standby", [](C& n) { n.s.rcb.IRCB(n.rcb) = 5, n.s.tap.KBUS(n.tap) = 1; }},
+        {shunts, "", "free", [](C&) {}},
+        {shunts, "", "min", [](C& n) { n.s.sca.NTSCA(n.sca) = 1; }},
+        {shunts, "", "max", [](C& n) { n.s.sca.NTSCA(n.sca) = 2, n.s.sca.KONSCA(n.sca) = -1; }},
+        {shunts, "", "fixed", [](C& n) { n.s.sca.KONSCA(n.sca) = 0; }},
+        {shunts, "", "fixed", [](C& n) { n.run.opt.clear("CSCA"_opt); }},
+        {shunts, "", "out", [](C& n) { n.s.bus.STBUS(5) = false; }},
         {transformers, "", "held", [](C& n) { n.s.tpf.row(add_row(n.s.tpf)) = n.branch_of(n.tap); }},
     };
-    std::string (*const tables[])(korvane::Run&) = {compensators_csv, generators_remote_csv, transformers_csv};
+    std::string (*const tables[])(korvane::Run&) = {compensators_csv, generators_remote_csv, transformers_csv, shunts_csv};
     for (const auto& c : cases) {
         C n;
         c.change(n);

@@ -27,8 +27,8 @@ TEST(ShuntSteps, AreSumsOfStagesInTheirOrder) {
     const int i = add_row(t);
     t.ISTEPSCA(i) = {2, 3, 1, 1};
     t.VSTEPSCA(i) = {0.1, -0.2, 0.05, -0.5};  // capacitors 0 0.1 0.2 0.25, reactors 0 -0.2 -0.4 -0.6 -1.1
-    EXPECT_NEAR(range_of(t, i).lowest, -1.1, 1e-12);
-    EXPECT_NEAR(range_of(t, i).highest, 0.25, 1e-12);
+    EXPECT_NEAR(shunt_range(t, i).lowest, -1.1, 1e-12);
+    EXPECT_NEAR(shunt_range(t, i).highest, 0.25, 1e-12);
     struct {
         double b, v;       // where it stands; the band is 0.95 to 1.05
         double near, own;  // the step it ends on beside other controls, and with the band to itself
