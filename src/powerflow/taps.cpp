@@ -24,7 +24,7 @@ constexpr double SLIGHT = 1e-4;
 /// A step beside the matrix is in vain when it leaves more than this of the least error so far. So many of them, and
 /// the tap hunts: it is stopped.
 constexpr double PROGRESS = 0.9;
-constexpr int MOST_STEPS = 10;
+constexpr int MOST_STEPS = 4;
 
 /// A correction that passes a limit by more than the range of the tap and this is one that no tap can follow: the tap
 /// has next to no effect on its voltage, as beside a generator at a reactive limit.
@@ -446,8 +446,11 @@ void adjust_held_taps(Run& run) {
     }
     if (!any) return;
     for (int i : rows(w.taps)) {
-        const TapRow& row = w.tap_row(i);
-        if (row.leader && w.tap_row(row.leader).stepped) follow(run, row);
+        TapRow& row = w.tap_row(i);
+        if (row.leader && w.tap_row(row.leader).stepped) {
+            follow(run, row);
+            if (w.tap_row(row.leader).count < 0) row.count = -1;  // stopped together
+        }
         if (!row.leader && moved(row.bus)) s.bus.VOLT(row.bus) = tap_target(run, row.tap);
     }
     s.sol.CONVSTAT = 0;

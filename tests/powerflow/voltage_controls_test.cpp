@@ -41,6 +41,10 @@ void expect_remote(const Network& n, const std::string& what) {
                 EXPECT_GE(share, s.gen.QMAX(j) - 1e-6) << what << " at its highest " << j;
         }
         const double error = s.bus.VOLT(c) - s.rcb.VRCB(i);
+        if (at_limit(s, j) && n.run.mat.control.turns(j) >= 10) {  // it went back and forth, and the report says so
+            EXPECT_NE(n.session.messages().find("LIMREA -900"), std::string::npos) << what;
+            continue;
+        }
         if (any_free) {
             EXPECT_NEAR(error, 0, TIGHT) << what << " bus " << c;
         } else if (std::abs(s.gen.QGEN(j) - s.gen.QMAX(j)) < 1e-6) {
