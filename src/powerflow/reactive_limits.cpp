@@ -3,11 +3,14 @@
 //
 //      2,  3   the voltage is held                         -2, -3   generation stands at QMIN or QMAX, voltage free
 //     -1       the scheduled generation, voltage free           1   the voltage stands at VMIN or VMAX, generation free
+#include "powerflow/reactive_limits.hpp"
+
 #include <cmath>
 
 #include "powerflow/augmented.hpp"
 #include "powerflow/capability.hpp"
 #include "powerflow/remote_voltage.hpp"
+#include "powerflow/taps.hpp"
 
 namespace korvane {
 
@@ -17,6 +20,10 @@ namespace {
 constexpr int MOST_TURNS = 10;
 // When half of the iterations are spent: two states alone are not to use up the rest.
 constexpr int LATE_TURNS = 3;
+/// One that has changed it so often on one pass leaves a limit only by itself: in company it would be driven back. And
+/// so often, and it stays there for this pass.
+constexpr int CONTESTED = 2;
+constexpr int MOST_SWINGS = 5;
 
 struct Checker {
     Run& run;
@@ -48,6 +55,7 @@ struct Checker {
     void turn(const At& g) {
         g.type = -g.type;
         note_turn(run, g.j);
+        run.mat.work.mark(g.k) = 1;
         turned = true;
         changed(g);
     }
@@ -63,6 +71,80 @@ struct Checker {
     void at_voltage_limit(const At& g, double lowest, double highest);
     void at_schedule(const At& g, double lowest, double highest);
 };
+
+/// What the correction in the right-hand sides would make of the generators, to first order.
+struct Foresight {
+    Run& run;
+    const Store& s = run.store;
+    const Matrices& m = run.mat;
+    const Pattern& p = pattern(run);
+
+    Sides correction(int k) const {
+        const auto r = std::size_t(p.NORDER(k) - 1);
+        const unsigned char held = m.work.held[r];
+        return {held & ANGLE_HELD ? 0 : m.side[r].DELTA, held & VOLTAGE_HELD ? 0 : m.side[r].WORK};
+    }
+    double voltage(int k) const { return s.bus.VOLT(k) * (1 + correction(k).WORK); }
+
+    // Change of Q/V that branches and taps draw at the buses whose voltage is held, into work.sum.
+    void collect() {
+        auto& sum = run.mat.work.sum;
+        sum.fill(s.bus.NB, Sides{0, 0});
+        const BranchTables& br = s.branch;
+        for (int l : rows(br.NL)) {
+            if (p.slot[std::size_t(l - 1)].none()) continue;
+            const int f = br.NFROM(l), t = br.NTO(l);
+            if (s.bus.NTYPE(f) < 2 && s.bus.NTYPE(t) < 2) continue;
+            const double g = br.GKM(l), b = br.BKM(l), sine = m.SINDIK(l), cosine = m.COSDIK(l);
+            const double vf = s.bus.VOLT(f), vt = s.bus.VOLT(t);
+            const Sides at_f = correction(f), at_t = correction(t);
+            const double turn = at_t.DELTA - at_f.DELTA;
+            sum(f).WORK += vt * ((b * sine + g * cosine) * turn + (b * cosine - g * sine) * at_t.WORK);
+            sum(t).WORK += vf * ((b * sine - g * cosine) * turn + (b * cosine + g * sine) * at_f.WORK);
+        }
+        for (int i : rows(m.control.taps)) {
+            const ControlWork::TapRow& row = m.control.tap_row(i);
+            if (!row.moves) continue;
+            const int l = s.tap.NOTAP(row.tap);
+            const double change = m.side[row_of(run, row.equation)].WORK;
+            const TapColumn column = tap_column(run, row.tap);
+            sum(br.NFROM(l)).WORK += column.from.L * change;
+            sum(br.NTO(l)).WORK += column.to.L * change;
+        }
+    }
+    // Of a generator that holds a voltage.
+    double generation(int j, int k) const {
+        const ControlWork& w = m.control;
+        const double change = w.releases(j) ? m.side[row_of(run, w.remote_row(w.remote(j)).equation)].WORK
+                                            : m.work.sum(k).WORK * s.bus.VOLT(k);
+        return s.gen.QGEN(j) + change;
+    }
+};
+
+/// Whether the limits of generator j at bus k are looked at on this pass, and it stands for itself.
+bool looked_at(const Run& run, int j, int k) {
+    const ControlWork& w = run.mat.control;
+    const int type = std::abs(run.store.bus.NTYPE(k));
+    if (!run.opt["QLIM"_opt] || type < 2 || type > 3 || w.exempt(j) || w.NTCST(j) != 0) return false;
+    if (w.remote(j) && !w.remote_row(w.remote(j)).active) return false;
+    if (!run.opt["CILH"_opt]) return run.mat.state.DQMAXIMO <= run.cte.QLST;
+    const IslandState& island = run.mat.island(run.store.ilh.NOILHA2(k));
+    return !island.failed() && island.DQMAXIMO2 <= run.cte.QLST;
+}
+
+bool has_band(const Run& run, int j) { return std::abs(run.store.gen.QMAX(j) - run.store.gen.QMIN(j)) > run.cte.TLPR; }
+
+bool at_highest(const Run& run, int j) { return run.store.gen.QGEN(j) >= run.store.gen.QMAX(j) - run.cte.TLPR; }
+
+// The pass is solved anew with the other type.
+void swing(Run& run, int j) {
+    Store& s = run.store;
+    const int k = s.gen.NOGEN(j);
+    unsigned char& swings = run.mat.work.mark(k);
+    if (swings++ == 0) note_switch(run.mat.state, s.bus.NOINT(k));
+    s.bus.NTYPE(k) = -s.bus.NTYPE(k);
+    if (s.bus.NTYPE(k) > 0 && !run.mat.control.remote(j)) s.bus.VOLT(k) = s.gen.VGEN(j);
+}
 
 void Checker::generator(int j) {
     const At g = at(j);
@@ -185,6 +267,7 @@ bool check_limits(Run& run, MismatchRow dq, bool by_island) {
     const Store& s = run.store;
     const bool generators = run.opt["QLIM"_opt], bands = run.opt["VLIM"_opt];
     Checker check{run, dq};
+    run.mat.work.mark.fill(s.bus.NB, 0);  // how often a bus has changed its type on this pass
     refresh_capability(run);
     auto left_alone = [&](int j) {
         const int k = s.gen.NOGEN(j);
@@ -205,6 +288,52 @@ bool check_limits(Run& run, MismatchRow dq, bool by_island) {
             if (type(j) == 1 && !left_alone(j)) check.band(j);
     if (check.unit_came_in) build_diagonal(run);
     return check.turned;
+}
+
+bool foresee_limits(Run& run) {
+    Store& s = run.store;
+    const ControlWork& w = run.mat.control;
+    if (!run.opt["QLIM"_opt] || s.gei.NGEI != 0) return false;  // units come in one by one
+    if (!run.opt["CILH"_opt] && !(run.mat.state.DQMAXIMO <= run.cte.QLST)) return false;
+    Foresight ahead{run};
+    ahead.collect();
+    bool any = false;
+    int alone = 0;  // the contested generator that wants most to come back
+    double most = 0;
+    for (int j : rows(s.gen.NG)) {
+        const int k = s.gen.NOGEN(j);
+        if (!looked_at(run, j, k)) continue;
+        const double low = s.gen.QMIN(j), high = s.gen.QMAX(j), slack = run.cte.TLPR;
+        if (s.bus.NTYPE(k) > 0) {
+            const double q = ahead.generation(j, k);
+            if (!(q > high + slack || q < low - slack)) continue;
+            s.gen.QGEN(j) = q > high ? high : low;
+        } else {
+            const unsigned char swings = run.mat.work.mark(k);
+            if (!has_band(run, j) || swings >= MOST_SWINGS) continue;
+            const ControlWork::RemoteRow* const remote = w.remote(j) ? &w.remote_row(w.remote(j)) : nullptr;
+            const double set = remote ? remote->target : s.gen.VGEN(j);
+            const double beyond = (ahead.voltage(remote ? remote->bus : k) - set) * (at_highest(run, j) ? 1 : -1);
+            if (!(beyond >= 0) || !may_turn(run, j)) continue;
+            if (swings >= CONTESTED) {
+                if (beyond > most) most = beyond, alone = j;
+                continue;
+            }
+        }
+        swing(run, j);
+        any = true;
+    }
+    if (alone) swing(run, alone);
+    return any || alone != 0;
+}
+
+bool release_generator(Run& run, int k, bool too_low) {
+    const int j = run.mat.work.NOBGEN(k);
+    if (!j || run.store.bus.NTYPE(k) > 0 || !looked_at(run, j, k) || run.mat.control.remote(j)) return false;
+    if (!has_band(run, j) || at_highest(run, j) == too_low || run.mat.work.mark(k) >= MOST_SWINGS) return false;
+    if (!may_turn(run, j)) return false;
+    swing(run, j);
+    return true;
 }
 
 void tell_stuck(Run& run) {

@@ -197,8 +197,9 @@ struct ControlWork {
         int to_bus;               // to the controlled bus: one of the two, or a third
         int leader, to_leader;    // row of the parallel tap that it follows, 0 for none; branch to its equation
         int count;                // NTAP_CONT: returns from a limit, then passes beside the matrix; -1: it stays
-        int stopped;              // NITP when it met a limit
         bool active;              // LTAP_LIM
+        bool settled;             // the network was solved, for the present taps and limits, as its equation was written
+        bool rests;               // for the rest of this pass: it has next to no effect on its voltage
         bool standby;             // a generator of the list can still act
         bool took_over;           // it has acted for the generators
         bool moves;               // its equation acts on this pass

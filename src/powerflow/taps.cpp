@@ -10,6 +10,7 @@
 #include <cmath>
 
 #include "powerflow/augmented.hpp"
+#include "powerflow/reactive_limits.hpp"
 #include "powerflow/tap_steps.hpp"
 
 namespace korvane {
@@ -23,9 +24,10 @@ constexpr double SLIGHT = 1e-4;
 /// A step beside the matrix is in vain when it leaves more than this of the least error so far. So many of them, and
 /// the tap hunts: it is stopped.
 constexpr double PROGRESS = 0.9;
-constexpr int MOST_STEPS = 10;
+constexpr int MOST_STEPS = 4;
 
-/// A correction that passes a limit by more than the range of the tap and this is one that no tap can follow.
+/// A correction that passes a limit by more than the range of the tap and this is one that no tap can follow: the tap
+/// has next to no effect on its voltage, as beside a generator at a reactive limit.
 constexpr double MARGIN = 0.05;
 
 /// Returns from a limit that a tap has inside the matrix.
@@ -138,14 +140,18 @@ void check_band(Run& run, TapRow& row) {
     tap.VBARRA(n) = !tap.TVFLIM(n) ? (low + high) / 2 : v < low ? low : high;
 }
 
-// A tap at a limit that the voltage no longer asks for moves again. What the pass that stopped it left is no voltage
-// to go by yet.
+/// Whether nothing but controlled voltages is left to be met around bus k, and no limit was met on this pass.
+bool settled(const Run& run, int k) {
+    const Residuals& r = run.opt["CILH"_opt] ? run.mat.island(region(run, k)).residual : run.mat.state.residual;
+    return r.DP <= run.cte.TEPA && r.DQ <= run.cte.TEPR;
+}
+
+// A tap at a limit that the voltage no longer asks for moves again, once the network is solved: what the passes on the
+// way there leave is no voltage to go by.
 void leave_limit(Run& run, TapRow& row) {
     Store& s = run.store;
     if (row.active || row.standby || row.count < 0 || row.count >= most_returns(run)) return;
-    if (s.tap.NTTAP(row.tap) == 0) return;
-    if (s.sol.NITP < row.stopped) return;
-    if (s.sol.NITP == row.stopped && !(run.mat.state.DQMAXIMO <= run.cte.TEPR)) return;
+    if (s.tap.NTTAP(row.tap) == 0 || !settled(run, row.bus)) return;
     const double error = s.bus.VOLT(row.bus) - tap_target(run, row.tap);
     if (!(std::abs(error) > run.cte.TLVC) || at_explaining_limit(run, row.tap, error)) return;
     s.tap.NTTAP(row.tap) = 0;
@@ -153,22 +159,14 @@ void leave_limit(Run& run, TapRow& row) {
     ++row.count;
 }
 
-// Derivatives of the rows of both ends by t, with y = g + jb the admittance without the tap:
-//
-//     from   dP/V: -(g c + b s) Vm + 2 t g Vk        dQ/V: (b c - g s) Vm - 2 t b Vk
-//     to     dP/V:  (b s - g c) Vk                   dQ/V: (b c + g s) Vk
 void write_column(Run& run, const TapRow& row) {
-    const Store& s = run.store;
-    const int l = s.tap.NOTAP(row.tap);
-    const double t = s.tap.TAP(row.tap), g = s.branch.GKM(l) / t, b = s.branch.BKM(l) / t;
-    const double sine = run.mat.SINDIK(l), cosine = run.mat.COSDIK(l);
-    const double vk = s.bus.VOLT(s.branch.NFROM(l)), vm = s.bus.VOLT(s.branch.NTO(l));
+    const TapColumn column = tap_column(run, row.tap);
     Block& from = link_of(run, row.to_from).to_from;
-    from.N = -(g * cosine + b * sine) * vm + 2 * t * g * vk;
-    from.L = (b * cosine - g * sine) * vm - 2 * t * b * vk;
+    from.N = column.from.N;
+    from.L = column.from.L;
     Block& to = link_of(run, row.to_to).to_from;
-    to.N = (b * sine - g * cosine) * vk;
-    to.L = (b * cosine + g * sine) * vk;
+    to.N = column.to.N;
+    to.L = column.to.L;
 }
 
 void write_voltage_equation(Run& run, TapRow& row) {
@@ -188,11 +186,12 @@ void write_voltage_equation(Run& run, TapRow& row) {
 void write_equality(Run& run, TapRow& row) {
     const TapTables& tap = run.store.tap;
     const std::size_t r = row_of(run, row.equation);
-    const double lead = tap.TAP(run.mat.control.tap_row(row.leader).tap);
+    const TapRow& leader = run.mat.control.tap_row(row.leader);
+    const double lead = tap.TAP(leader.tap);
     const double to = std::clamp(lead, 1 / tap.TPMAX(row.tap), 1 / tap.TPMIN(row.tap)), error = to - tap.TAP(row.tap);
     run.mat.diagonal[r].L = 1;
     run.mat.side[r].WORK = error;
-    if (to == lead) link_of(run, row.to_leader).from_to.L = -1;
+    if (to == lead && leader.moves) link_of(run, row.to_leader).from_to.L = -1;
     meet_residual(run, &Residuals::DV, std::abs(error), row.bus);
 }
 
@@ -218,6 +217,20 @@ void follow(Run& run, const TapRow& row) {
     TapTables& tap = run.store.tap;
     const int leader = run.mat.control.tap_row(row.leader).tap;
     move_within(run, row.tap, tap.TAP(leader));
+}
+
+// A tap without an effect: a generator at one of its ends, which took the effect away as it met a reactive limit, comes
+// off it if that helps; else the tap goes to the limit that explains the voltage. That disturbs nothing else.
+void give_up(Run& run, TapRow& row) {
+    const TapTables& tap = run.store.tap;
+    const int n = row.tap, l = tap.NOTAP(n);
+    const double error = run.store.bus.VOLT(row.bus) - tap_target(run, n);
+    for (const int end : {run.store.branch.NFROM(l), run.store.branch.NTO(l)})
+        if (release_generator(run, end, error < 0)) return;
+    const bool up = (error < 0) == rises_with_ratio(tap, n);
+    const double beyond = 2 * run.cte.TLTC;
+    if (move_within(run, n, up ? 1 / tap.TPMAX(n) - beyond : 1 / tap.TPMIN(n) + beyond)) note_limit(run, n);
+    row.active = false;
 }
 
 // A step beside the matrix. The error is the voltage less its target. True when the tap moves; `near` then tells that
@@ -252,6 +265,24 @@ bool step_beside(Run& run, TapRow& row, double error, bool& near) {
 
 }  // namespace
 
+// With y = g + jb the admittance without the tap:
+//
+//     from   dP/V: -(g c + b s) Vm + 2 t g Vk        dQ/V: (b c - g s) Vm - 2 t b Vk
+//     to     dP/V:  (b s - g c) Vk                   dQ/V: (b c + g s) Vk
+TapColumn tap_column(const Run& run, int n) {
+    const Store& s = run.store;
+    const int l = s.tap.NOTAP(n);
+    const double t = s.tap.TAP(n), g = s.branch.GKM(l) / t, b = s.branch.BKM(l) / t;
+    const double sine = run.mat.SINDIK(l), cosine = run.mat.COSDIK(l);
+    const double vk = s.bus.VOLT(s.branch.NFROM(l)), vm = s.bus.VOLT(s.branch.NTO(l));
+    TapColumn column = {};
+    column.from.N = -(g * cosine + b * sine) * vm + 2 * t * g * vk;
+    column.from.L = (b * cosine - g * sine) * vm - 2 * t * b * vk;
+    column.to.N = (b * sine - g * cosine) * vk;
+    column.to.L = (b * cosine + g * sine) * vk;
+    return column;
+}
+
 bool build_taps(Run& run) {
     Store& s = run.store;
     ControlWork& w = run.mat.control;
@@ -268,12 +299,14 @@ bool build_taps(Run& run) {
     return equations_fit(run, "ETCTAP");
 }
 
+// Where generators meet their limits on a pass, the taps wait for what that leaves.
 void wake_taps(Run& run) {
     ControlWork& w = run.mat.control;
+    const double slack = run.cte.TPST;
     if (!run.opt["CILH"_opt])
-        w.awake(1) = w.awake(1) || run.mat.state.DQMAXIMO <= run.cte.TPST;
+        w.awake(1) = w.awake(1) || run.mat.state.residual.DQ <= slack;
     else
-        for (int i : rows(run.store.ilh.count)) w.awake(i) = w.awake(i) || run.mat.island(i).DQMAXIMO2 <= run.cte.TPST;
+        for (int i : rows(run.store.ilh.count)) w.awake(i) = w.awake(i) || run.mat.island(i).residual.DQ <= slack;
 }
 
 void let_taps_take_over(Run& run, int head) {
@@ -300,12 +333,16 @@ void write_tap_row(Run& run, int i) {
     row.moves = false;
     if (!in_play(run, row.bus) || run.store.bus.NTYPE(row.bus) > 0) return;
     if (row.leader) {
-        if (!w.tap_row(row.leader).moves) return;
+        const TapRow& leader = w.tap_row(row.leader);
+        if (!leader.active || (!leader.moves && run.store.tap.TAP(leader.tap) == run.store.tap.TAP(row.tap))) return;
         write_equality(run, row);
     } else {
         check_band(run, row);
         leave_limit(run, row);
-        if (!row.active || row.standby) return;
+        if (!row.active || row.standby || row.rests) return;
+        const double error = run.store.bus.VOLT(row.bus) - tap_target(run, row.tap);
+        if (std::abs(error) < run.cte.TLVC) return;  // it would hold the voltage where it happens to be
+        row.settled = settled(run, row.bus);
         write_voltage_equation(run, row);
     }
     row.moves = true;
@@ -315,25 +352,33 @@ void write_tap_row(Run& run, int i) {
 bool restrain_taps(Run& run) {
     TapTables& tap = run.store.tap;
     ControlWork& w = run.mat.control;
-    bool any = false;
+    bool any = false, wild = false;
     for (int i : rows(w.taps)) {
         TapRow& row = w.tap_row(i);
         if (!row.moves || row.leader) continue;
         const int n = row.tap;
-        const double lowest = 1 / tap.TPMAX(n), highest = 1 / tap.TPMIN(n), far = highest - lowest + MARGIN;
-        const double t = tap.TAP(n) + run.mat.side[row_of(run, row.equation)].WORK;
-        if (t > lowest - far && t < highest + far) continue;
-        if (move_within(run, n, t)) note_limit(run, n);
-        if (tap.NTTAP(n) == 0) continue;  // no number at all
-        row.active = false;
-        row.stopped = run.store.sol.NITP + 1;
+        const double lowest = 1 / tap.TPMAX(n), highest = 1 / tap.TPMIN(n), slack = run.cte.TLTC;
+        const double t = tap.TAP(n) + run.mat.side[row_of(run, row.equation)].WORK, far = highest - lowest + MARGIN;
+        if (!(t < lowest - slack || t > highest + slack) || !std::isfinite(t)) continue;
         any = true;
+        if (t > lowest - far && t < highest + far) {
+            if (move_within(run, n, t)) note_limit(run, n);
+            row.active = false;
+            continue;
+        }
+        wild = true;
+        if (row.settled)
+            give_up(run, row);
+        else
+            row.rests = true;
     }
     if (any)
         for (int i : rows(w.taps))
             if (const TapRow& row = w.tap_row(i); row.leader && row.moves && !w.tap_row(row.leader).active)
                 follow(run, row);
-    return any;
+    // What a correction without bounds says of the generators is worth nothing.
+    const bool foreseen = !wild && foresee_limits(run);
+    return any || foreseen;
 }
 
 void update_taps(Run& run) {
@@ -341,6 +386,7 @@ void update_taps(Run& run) {
     ControlWork& w = run.mat.control;
     for (int i : rows(w.taps)) {
         TapRow& row = w.tap_row(i);
+        row.rests = false;
         if (!row.moves) continue;
         if (row.leader) {
             follow(run, row);
@@ -348,9 +394,7 @@ void update_taps(Run& run) {
         }
         const double change = run.mat.side[row_of(run, row.equation)].WORK * step_of(run, row.bus);
         if (move_within(run, row.tap, tap.TAP(row.tap) + change)) note_limit(run, row.tap);
-        if (tap.NTTAP(row.tap) == 0) continue;
-        row.active = false;
-        row.stopped = run.store.sol.NITP;
+        if (tap.NTTAP(row.tap) != 0) row.active = false;
     }
 }
 
@@ -402,8 +446,11 @@ void adjust_held_taps(Run& run) {
     }
     if (!any) return;
     for (int i : rows(w.taps)) {
-        const TapRow& row = w.tap_row(i);
-        if (row.leader && w.tap_row(row.leader).stepped) follow(run, row);
+        TapRow& row = w.tap_row(i);
+        if (row.leader && w.tap_row(row.leader).stepped) {
+            follow(run, row);
+            if (w.tap_row(row.leader).count < 0) row.count = -1;  // stopped together
+        }
         if (!row.leader && moved(row.bus)) s.bus.VOLT(row.bus) = tap_target(run, row.tap);
     }
     s.sol.CONVSTAT = 0;

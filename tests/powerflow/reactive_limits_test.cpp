@@ -222,6 +222,32 @@ TEST(ReactiveLimits, FiftySwitchesOfAPassAreReported) {
 
 // A set point just where the limit is reached, and a slack of nothing: without an end to it, the bus would go to and
 // fro.
+// One after the other along a line: what the last can no longer give, the next has to, and passes its own limit by it.
+TEST(ReactiveLimits, ACascadeTakesNoSolutionForEachOfItsSteps) {
+    for (const int generators : {1, 4, 12}) {
+        Network n;
+        n.generator(3, 1.0);
+        for (int i = 0; i < generators; ++i) {
+            const int k = n.generator(2, 1.0), j = n.s.gen.NG;
+            n.s.gen.QMIN(j) = n.s.gen.QMNO(j) = -0.05;
+            n.s.gen.QMAX(j) = n.s.gen.QMXO(j) = 0.05;
+            n.branch(k - 1, k, 0, 0.02);
+        }
+        n.branch(generators + 1, n.bus(0, 1, 0, 0.1 + 0.05 * generators), 0, 0.02);
+        n.ready().solve();
+        ASSERT_EQ(n.s.sol.CONVSTAT, 1);
+        const int plain = n.s.sol.NITP;
+        for (int k : rows(n.s.bus.NB)) n.s.bus.VOLT(k) = 1;
+        n.run.opt.set("QLIM"_opt);
+        n.solve();
+        ASSERT_EQ(n.s.sol.CONVSTAT, 1) << generators << n.session.messages();
+        EXPECT_LE(n.s.sol.NITP, plain + 5) << generators;
+        for (int k = 2; k <= generators + 1; ++k) EXPECT_EQ(n.s.bus.NTYPE(k), -2) << generators;
+        expect_limits_kept(n.s, n.run.cte.TLPR, std::to_string(generators));
+        expect_balance(n.s, std::to_string(generators));
+    }
+}
+
 TEST(ReactiveLimits, ABusThatKeepsChangingItsTypeStaysAtALimit) {
     Radial n(1.0, -0.1, 0.1, 0.3);
     auto& turns = n.run.mat.control.turns;
