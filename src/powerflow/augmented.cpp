@@ -6,6 +6,7 @@
 #include "powerflow/automatic_shunts.hpp"
 #include "powerflow/capability.hpp"
 #include "powerflow/phase_shifters.hpp"
+#include "powerflow/reactive_limits.hpp"
 #include "powerflow/remote_voltage.hpp"
 #include "powerflow/series_compensators.hpp"
 #include "powerflow/static_compensators.hpp"
@@ -62,6 +63,13 @@ constexpr Device DEVICES[] = {
      .settle = settle_taps,
      .adjust = adjust_held_taps,
      .restrain = restrain_taps},
+    {.name = "reactive limits",
+     .build = nullptr,
+     .assemble = nullptr,
+     .update = nullptr,
+     .settle = nullptr,
+     .adjust = nullptr,
+     .restrain = foresee_limits},
     {.name = "phase shifters",
      .build = build_phase_shifters,
      .assemble = assemble_phase_shifters,

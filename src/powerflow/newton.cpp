@@ -523,14 +523,12 @@ bool converged(Run& run) {
 }
 
 bool iterate(Run& run, const Pass& pass) {
-    constexpr int MOST_RESTRAINTS = 8;
+    constexpr int MOST_RESTRAINTS = 12;
     for (int again = 0;; ++again) {
         if (!factor(run, pass)) return false;
         solve(run, pass);
-        bool restrained = false;
-        for (const Device& d : pass.devices)
-            if (d.restrain && again < MOST_RESTRAINTS) restrained = d.restrain(run) || restrained;
-        if (!restrained) break;
+        const auto restrains = [&](const Device& d) { return d.restrain && d.restrain(run); };
+        if (again >= MOST_RESTRAINTS || std::none_of(pass.devices.begin(), pass.devices.end(), restrains)) break;
         pass.assemble(run);
     }
     update(run, pass.devices);

@@ -58,8 +58,8 @@ struct Device {
     void (*update)(Run&);    // its own unknowns, after the solution
     bool (*settle)(Run&);    // all residuals are met: a last discrete step; true: the equations are no longer the same
     void (*adjust)(Run&);    // steps after the pass; clears CONVSTAT when the solution is to go on
-    // The solution would take an unknown far beyond its limit: it goes to the limit now. True: the rest is to be solved
-    // anew, as it went by the whole step.
+    // The solution would take an unknown beyond its limit: it goes to the limit now. True: the rest is to be solved
+    // anew, as it went by the whole step; devices behind this one wait for that.
     bool (*restrain)(Run&) = nullptr;
 };
 std::span<const Device> devices();

@@ -299,14 +299,13 @@ bool build_taps(Run& run) {
     return equations_fit(run, "ETCTAP");
 }
 
-// Where generators meet their limits on a pass, the taps wait for what that leaves.
 void wake_taps(Run& run) {
     ControlWork& w = run.mat.control;
     const double slack = run.cte.TPST;
     if (!run.opt["CILH"_opt])
-        w.awake(1) = w.awake(1) || run.mat.state.residual.DQ <= slack;
+        w.awake(1) = w.awake(1) || run.mat.state.DQMAXIMO <= slack;
     else
-        for (int i : rows(run.store.ilh.count)) w.awake(i) = w.awake(i) || run.mat.island(i).residual.DQ <= slack;
+        for (int i : rows(run.store.ilh.count)) w.awake(i) = w.awake(i) || run.mat.island(i).DQMAXIMO2 <= slack;
 }
 
 void let_taps_take_over(Run& run, int head) {
@@ -352,7 +351,7 @@ void write_tap_row(Run& run, int i) {
 bool restrain_taps(Run& run) {
     TapTables& tap = run.store.tap;
     ControlWork& w = run.mat.control;
-    bool any = false, wild = false;
+    bool any = false;
     for (int i : rows(w.taps)) {
         TapRow& row = w.tap_row(i);
         if (!row.moves || row.leader) continue;
@@ -366,7 +365,6 @@ bool restrain_taps(Run& run) {
             row.active = false;
             continue;
         }
-        wild = true;
         if (row.settled)
             give_up(run, row);
         else
@@ -376,9 +374,7 @@ bool restrain_taps(Run& run) {
         for (int i : rows(w.taps))
             if (const TapRow& row = w.tap_row(i); row.leader && row.moves && !w.tap_row(row.leader).active)
                 follow(run, row);
-    // What a correction without bounds says of the generators is worth nothing.
-    const bool foreseen = !wild && foresee_limits(run);
-    return any || foreseen;
+    return any;
 }
 
 void update_taps(Run& run) {

@@ -13,9 +13,8 @@ struct TapColumn {
 TapColumn tap_column(const Run& run, int n);
 
 /// Before the correction of a pass: taps that it would carry beyond their limits stop there at once, and those without
-/// an effect that it would carry far beyond rest until all else is solved; then generators that it would carry across a
-/// reactive limit. True when there were some: the pass is to be assembled and solved anew, or the voltages would follow
-/// a tap or a generator that is not there.
+/// an effect that it would carry far beyond rest until all else is solved. True when there were some: the pass is to be
+/// assembled and solved anew, or the voltages would follow a tap that is not there.
 bool restrain_taps(Run& run);
 /// Taps take their corrections and stop at their limits.
 void update_taps(Run& run);
