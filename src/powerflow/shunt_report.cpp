@@ -59,21 +59,22 @@ bool CHKSAV(Run& run) {
     Store& s = run.store;
     const std::vector<int> held = held_by_generators(run);
     Lines lines(run, "CHKSAV");
-    auto conflict = [&](int k, int controlled, std::size_t text, int other) {
-        lines.add(text, s.bus.NOINT(k), s.bus.BNAME(k), s.bus.NOINT(controlled), s.bus.NOINT(other));
+    auto conflict = [&](int k, int controlled, std::size_t text, int generator) {
+        const std::string number = generator ? std::to_string(s.bus.NOINT(generator)) : "";
+        lines.add(text, s.bus.NOINT(k), s.bus.BNAME(k), s.bus.NOINT(controlled), number);
     };
     for (int i : rows(s.cer.NCER)) {
         const int k = s.cer.NBECER(i), c = s.cer.NVKCER(i);
         if (!s.cer.STUCER(i) || !s.bus.STBUS(k)) continue;
         if (const int own = held[std::size_t(k)]; own && own != c)
-            conflict(k, c, OWN_GENERATOR, own);
+            conflict(k, c, OWN_GENERATOR, k);
         else if (c != k && s.bus.STBUS(c) && held[std::size_t(c)])
-            conflict(k, c, OTHER_GENERATOR, held[std::size_t(c)]);
+            conflict(k, c, OTHER_GENERATOR, c);
     }
     for (int i : rows(s.sca.NSCA)) {
         const int k = s.sca.NBUSSCA(i), c = s.sca.KBUSSCA(i);
         if (s.sca.KONSCA(i) == 0 || !s.bus.STBUS(k)) continue;
-        if (const int own = held[std::size_t(k)]; own && own != c) conflict(k, c, SHUNT_GENERATOR, own);
+        if (const int own = held[std::size_t(k)]; own && own != c) conflict(k, c, SHUNT_GENERATOR, k);
     }
     // A bank on a branch that is out of service has no steps today; it waits.
     std::vector<char> rows_in_service(std::size_t(s.sca.NSCA) + 1);
@@ -82,7 +83,7 @@ bool CHKSAV(Run& run) {
     for (int i : rows(s.sca.NSCA)) {
         const int k = s.sca.NBUSSCA(i);
         const bool steps = rows_in_service[std::size_t(i)] || s.sca.ISTEPSCA(i)[0] != 0;
-        if (s.sca.KONSCA(i) != 0 && s.bus.STBUS(k) && !steps) conflict(k, s.sca.KBUSSCA(i), NO_STEPS, k);
+        if (s.sca.KONSCA(i) != 0 && s.bus.STBUS(k) && !steps) conflict(k, s.sca.KBUSSCA(i), NO_STEPS, 0);
     }
     if (lines.any()) PAGWAI(run);
     return !lines.any();

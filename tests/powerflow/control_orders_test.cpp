@@ -126,6 +126,7 @@ TEST(Controls, WorkInEveryOrder) {
         Session s(std::string(DECK) + "EXLF FILE NEWT CPRI" + line + "\nEXLF NEWT" + line + "\nFIM\n");
         EXPECT_EQ(s.status, 0) << line << s.messages();
         EXPECT_EQ(s.run.store.sol.CONVSTAT, 1) << line << s.messages();
+        EXPECT_NE(s.print().find(" + " + order.back() + ' '), std::string::npos) << line << ": the last one joined";
         EXPECT_EQ(s.print().find("desligado"), std::string::npos) << line << ": one was given up\n" << s.print();
         EXPECT_EQ(s.run.store.sol.NITP, 0) << line << ": all controls at once find nothing left to do";
         expect_controlled(s, line);

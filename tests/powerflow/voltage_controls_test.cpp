@@ -221,6 +221,7 @@ TEST(Taps, EndOnPositionsAndParallelOnesTogether) {
     for (const bool parallel : {false, true})
         for (const int positions : {0, 1, 2, 5, 17}) {
             Feeder n(0.3, false, parallel);
+            if (positions == 5) n.run.opt.set("CILH"_opt);
             for (int t : rows(n.s.tap.NTAP)) n.s.tap.NTSTP(t) = positions;
             n.run.cte.TSTP = 33;
             n.run.opt.set("TAPD"_opt);
