@@ -17,7 +17,7 @@ bool reorder(Run& run, Pattern& p) {
     const BranchTables& b = run.store.branch;
     const int n = p.N, branches = &p == &run.mat.plain ? int(b.NL) : run.mat.state.NBR;
     const bool fits = find_order(p, run.mat.space, n, branches, b.NFROM.data(), b.NTO.data(), b.STLIN.data(),
-                                 run.mat.late.data()) == OrderFault::none;
+                                 run.mat.late.data(), MXPOOL, b.NL) == OrderFault::none;
     p.buses = run.store.bus.NB;
     return fits;
 }

@@ -127,9 +127,6 @@ void clear_equations(Run& run) {
         m.side[r] = {0, 0};
         m.diagonal[r] = {.H = 1, .J = 0, .N = 0, .L = HELD};
     }
-    for (int l = run.store.branch.NL + 1; l <= st.NBR; ++l)
-        if (const Slot slot = p.slot[std::size_t(l - 1)]; !slot.none() && !slot.later())
-            m.fat[std::size_t(slot.entry())] = {};
 }
 
 void meet_residual(Run& run, double Residuals::*which, double value, int k) {

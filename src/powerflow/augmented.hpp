@@ -28,7 +28,7 @@ int add_fictitious_branch(Run& run, int from, int to, bool in_service = true);
 /// To be asked at the end of every build: messages 100 and 110 of the routine when the limits are passed.
 bool equations_fit(Run& run, std::string_view routine);
 
-/// All fictitious rows as equations out of play, and the blocks of their branches zero.
+/// All fictitious rows as equations out of play; the blocks of their branches are cleared with the fill.
 void clear_equations(Run& run);
 /// The network without its fictitious elements.
 void remove_equations(Run& run);

@@ -57,9 +57,11 @@ void assemble_controlled_buses(Run& run) {
     if (lists.n == 0) return;
     wake_taps(run);
     check_terminal_voltages(run);
-    for (int i : rows(lists.n)) let_taps_take_over(run, lists.first(lists.bus(i)));
-    for (int i : rows(lists.n))
-        for (int c = lists.first(lists.bus(i)); c; c = lists.cell(c).next) write_row(run, c);
+    for (int i : rows(lists.n)) {
+        const int head = lists.first(lists.bus(i));
+        let_taps_take_over(run, head);
+        for (int c = head; c; c = lists.cell(c).next) write_row(run, c);
+    }
     rejoin_groups(run);
 }
 

@@ -298,7 +298,9 @@ int entry_of(const Pattern& p, int column, int row) {
     return e;
 }
 
-void place_branches(Pattern& p, OrderingSpace& w, int nbr, const BusRef* from, const BusRef* to, const bool* on) {
+void place_branches(Pattern& p, OrderingSpace& w, int nbr, const BusRef* from, const BusRef* to, const bool* on,
+                    int real) {
+    constexpr int BRANCH = 1, REAL = 2;
     const int entries = p.column[p.N];
     int* const taken = w.list.data();
     std::fill_n(taken, entries, 0);
@@ -306,12 +308,12 @@ void place_branches(Pattern& p, OrderingSpace& w, int nbr, const BusRef* from, c
         p.slot[l].word = -1;
         if (!on[l] || from[l] == to[l]) continue;
         const int k = p.NORDER(from[l]) - 1, m = p.NORDER(to[l]) - 1, e = entry_of(p, std::min(k, m), std::max(k, m));
-        p.slot[l].word = 4 * e + 2 * taken[e] + (k > m);
-        taken[e] = 1;
+        p.slot[l].word = 4 * e + 2 * (taken[e] != 0) + (k > m);
+        taken[e] |= l < real ? REAL : BRANCH;
     }
     p.nfill = 0;
     for (int e = 0; e < entries; ++e)
-        if (!taken[e]) p.fill[p.nfill++] = e;
+        if (!(taken[e] & REAL)) p.fill[p.nfill++] = e;
 }
 
 /// Where the updates of each column go: entry e of a column, at row i, updates column i at the rows that follow it in
@@ -367,14 +369,14 @@ int capacity_of(const Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef
 }  // namespace
 
 OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to,
-                      const bool* on, const bool* late, int pool) {
+                      const bool* on, const bool* late, int pool, int real) {
     p.N = p.buses = n;
     p.NFAT = p.naims = p.capacity = 0;
     const OrderFault fault = eliminate(p, w, n, nbr, from, to, on, late, pool);
     if (fault != OrderFault::none) return fault;
     for (int i : rows(n)) p.bus[p.NORDER(i) - 1] = i;
     lay_out_columns(p, w, n);
-    place_branches(p, w, nbr, from, to, on);
+    place_branches(p, w, nbr, from, to, on, std::min(nbr, real));
     aim_updates(p, n);
     p.capacity = capacity_of(p, w, n, nbr, from, to, on);
     return fault;
@@ -383,7 +385,7 @@ OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef
 bool OPTIMO(Run& run, Pattern& p, int n, int nbr) {
     const BranchTables& b = run.store.branch;
     const bool* const late = run.mat.state.nlate > 0 ? run.mat.late.data() : nullptr;
-    switch (find_order(p, run.mat.space, n, nbr, b.NFROM.data(), b.NTO.data(), b.STLIN.data(), late)) {
+    switch (find_order(p, run.mat.space, n, nbr, b.NFROM.data(), b.NTO.data(), b.STLIN.data(), late, MXPOOL, b.NL)) {
         case OrderFault::none: p.buses = run.store.bus.NB; return true;
         case OrderFault::cells: MSGPUT(run, "OPTIMO", 100); break;
         case OrderFault::fill: MSGPUT(run, "OPTIMO", 120); break;

@@ -5,6 +5,7 @@
 //     -1       the scheduled generation, voltage free           1   the voltage stands at VMIN or VMAX, generation free
 #include "powerflow/reactive_limits.hpp"
 
+#include <algorithm>
 #include <cmath>
 
 #include "powerflow/augmented.hpp"
@@ -24,6 +25,8 @@ constexpr int LATE_TURNS = 3;
 /// so often, and it stays there for this pass.
 constexpr int CONTESTED = 2;
 constexpr int MOST_SWINGS = 5;
+/// A correction that moves nothing: no generator crosses a limit by it, whatever it is connected to.
+constexpr double STILL = 1e-9;
 
 struct Checker {
     Run& run;
@@ -86,38 +89,49 @@ struct Foresight {
     }
     double voltage(int k) const { return s.bus.VOLT(k) * (1 + correction(k).WORK); }
 
-    // Change of Q/V that branches and taps draw at the buses whose voltage is held, into work.sum.
-    void collect() {
-        auto& sum = run.mat.work.sum;
-        sum.fill(s.bus.NB, Sides{0, 0});
+    // The largest number of the correction, of buses and controls alike.
+    double widest() const {
+        double most = 0;
+        for (int r = 0; r < p.N; ++r) {
+            const auto i = std::size_t(r);
+            const unsigned char held = m.work.held[i];
+            if (!(held & ANGLE_HELD)) most = std::max(most, std::abs(m.side[i].DELTA));
+            if (!(held & VOLTAGE_HELD)) most = std::max(most, std::abs(m.side[i].WORK));
+        }
+        return most;
+    }
+    // What such a correction can do to the generation at bus k at most: two ends and a tap of every branch move.
+    double reach(int k, double correction) const {
+        constexpr double TERMS = 4;
+        return TERMS * correction * s.bus.VOLT(k) * (std::abs(m.GDIAG(k)) + std::abs(m.BDIAG(k)));
+    }
+
+    // Change of the reactive power that the branches and taps at bus k draw there.
+    double drawn(int k) const {
         const BranchTables& br = s.branch;
-        for (int l : rows(br.NL)) {
+        const Sides here = correction(k);
+        double sum = 0;
+        for (int i = s.adr.LINPTR(k); i < s.adr.LINPTR(k + 1); ++i) {
+            const int l = s.adr.LINADR(i);
             if (p.slot[std::size_t(l - 1)].none()) continue;
-            const int f = br.NFROM(l), t = br.NTO(l);
-            if (s.bus.NTYPE(f) < 2 && s.bus.NTYPE(t) < 2) continue;
-            const double g = br.GKM(l), b = br.BKM(l), sine = m.SINDIK(l), cosine = m.COSDIK(l);
-            const double vf = s.bus.VOLT(f), vt = s.bus.VOLT(t);
-            const Sides at_f = correction(f), at_t = correction(t);
-            const double turn = at_t.DELTA - at_f.DELTA;
-            sum(f).WORK += vt * ((b * sine + g * cosine) * turn + (b * cosine - g * sine) * at_t.WORK);
-            sum(t).WORK += vf * ((b * sine - g * cosine) * turn + (b * cosine + g * sine) * at_f.WORK);
+            const bool from = br.NFROM(l) == k;
+            const int far = from ? br.NTO(l) : br.NFROM(l);
+            const double g = br.GKM(l), b = br.BKM(l), sine = from ? m.SINDIK(l) : -m.SINDIK(l), cosine = m.COSDIK(l);
+            const Sides there = correction(far);
+            sum += s.bus.VOLT(far) *
+                   ((b * sine + g * cosine) * (there.DELTA - here.DELTA) + (b * cosine - g * sine) * there.WORK);
+            const int n = m.control.taps ? tap_row(s, l) : 0, moving = n ? m.control.tap_row_of(n) : 0;
+            if (!moving || !m.control.tap_row(moving).moves) continue;
+            const TapColumn column = tap_column(run, n);
+            sum += (from ? column.from.L : column.to.L) * m.side[row_of(run, m.control.tap_row(moving).equation)].WORK;
         }
-        for (int i : rows(m.control.taps)) {
-            const ControlWork::TapRow& row = m.control.tap_row(i);
-            if (!row.moves) continue;
-            const int l = s.tap.NOTAP(row.tap);
-            const double change = m.side[row_of(run, row.equation)].WORK;
-            const TapColumn column = tap_column(run, row.tap);
-            sum(br.NFROM(l)).WORK += column.from.L * change;
-            sum(br.NTO(l)).WORK += column.to.L * change;
-        }
+        return sum * s.bus.VOLT(k);
     }
     // Of a generator that holds a voltage.
     double generation(int j, int k) const {
         const ControlWork& w = m.control;
-        const double change = w.releases(j) ? m.side[row_of(run, w.remote_row(w.remote(j)).equation)].WORK
-                                            : m.work.sum(k).WORK * s.bus.VOLT(k);
-        return s.gen.QGEN(j) + change;
+        return s.gen.QGEN(j) +
+               (w.releases(j) ? m.side[row_of(run, w.remote_row(w.remote(j)).equation)].WORK : drawn(k));
     }
 };
 
@@ -296,7 +310,8 @@ bool foresee_limits(Run& run) {
     if (!run.opt["QLIM"_opt] || s.gei.NGEI != 0) return false;  // units come in one by one
     if (!run.opt["CILH"_opt] && !(run.mat.state.DQMAXIMO <= run.cte.QLST)) return false;
     Foresight ahead{run};
-    ahead.collect();
+    const double widest = ahead.widest();
+    if (widest <= STILL) return false;
     bool any = false;
     int alone = 0;  // the contested generator that wants most to come back
     double most = 0;
@@ -305,6 +320,8 @@ bool foresee_limits(Run& run) {
         if (!looked_at(run, j, k)) continue;
         const double low = s.gen.QMIN(j), high = s.gen.QMAX(j), slack = run.cte.TLPR;
         if (s.bus.NTYPE(k) > 0) {
+            const double reach = ahead.reach(k, widest), present = s.gen.QGEN(j);
+            if (!w.releases(j) && present + reach <= high + slack && present - reach >= low - slack) continue;
             const double q = ahead.generation(j, k);
             if (!(q > high + slack || q < low - slack)) continue;
             s.gen.QGEN(j) = q > high ? high : low;

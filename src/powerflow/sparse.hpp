@@ -76,7 +76,7 @@ struct Pattern {
     std::array<int, MXFAT> aim;        // see update_column: where the updates of this entry go
     std::array<int, MXAIM> aims;       // lists of entries that aim points into
     std::array<Slot, MXLINX> slot;     // of branch l at l - 1
-    std::array<int, MXFAT> fill;       // entries without a branch
+    std::array<int, MXFAT> fill;       // entries without a real branch
     int naims, nfill;
 };
 
@@ -191,26 +191,27 @@ struct ControlWork {
     // taps
     /// A tap of the lists: its equation, and the branches from there.
     struct TapRow {
-        int tap, bus;             // tap row; controlled bus
-        int equation;             // its fictitious bus
-        int to_from, to_to;       // branches to the ends of the transformer
-        int to_bus;               // to the controlled bus: one of the two, or a third
-        int leader, to_leader;    // row of the parallel tap that it follows, 0 for none; branch to its equation
-        int count;                // NTAP_CONT: returns from a limit, then passes beside the matrix; -1: it stays
-        bool active;              // LTAP_LIM
-        bool settled;             // the network was solved, for the present taps and limits, as its equation was written
-        bool rests;               // for the rest of this pass: it has next to no effect on its voltage
-        bool standby;             // a generator of the list can still act
-        bool took_over;           // it has acted for the generators
-        bool moves;               // its equation acts on this pass
-        bool discrete;            // it is to end on a position
-        double step;              // distance of positions, of a
-        bool stepped;             // it has moved beside the matrix
-        int vain;                 // steps there that brought nothing
+        int tap, bus;           // tap row; controlled bus
+        int equation;           // its fictitious bus
+        int to_from, to_to;     // branches to the ends of the transformer
+        int to_bus;             // to the controlled bus: one of the two, or a third
+        int leader, to_leader;  // row of the parallel tap that it follows, 0 for none; branch to its equation
+        int count;              // NTAP_CONT: returns from a limit, then passes beside the matrix; -1: it stays
+        bool active;            // LTAP_LIM
+        bool settled;           // the network was solved, for the present taps and limits, as its equation was written
+        bool rests;             // for the rest of this pass: it has next to no effect on its voltage
+        bool standby;           // a generator of the list can still act
+        bool took_over;         // it has acted for the generators
+        bool moves;             // its equation acts on this pass
+        bool discrete;          // it is to end on a position
+        double step;            // distance of positions, of a
+        bool stepped;           // it has moved beside the matrix
+        int vain;               // steps there that brought nothing
         double best, best_error;  // of these: 1/a with the least voltage error, pu
     };
     int taps;
     Table<TapRow, MXTAP> tap_row;
+    Table<int, MXTAP> tap_row_of;      // of a tap row of the store: its row of tap_row, 0 for none
     Table<bool, MXILH> awake, frozen;  // taps of an island; without CILH the first stands for all
 
     // static compensators
@@ -228,10 +229,10 @@ struct ControlWork {
     enum class Beside : unsigned char { nothing, generator, compensator, remote_generators };
     /// An automatic shunt: its equation, and the branches from there.
     struct ShuntRow {
-        int shunt, bus;          // row of the store; controlled bus
-        int equation;            // its fictitious bus: NSCA_ADD
-        int to_own, to_bus;      // branches to its bus and to the controlled bus
-        int to_holder;           // first of the branches to the equations of the generators that hold that bus
+        int shunt, bus;      // row of the store; controlled bus
+        int equation;        // its fictitious bus: NSCA_ADD
+        int to_own, to_bus;  // branches to its bus and to the controlled bus
+        int to_holder;       // first of the branches to the equations of the generators that hold that bus
         Beside beside;
         int holder;              // the generator or compensator: NOGSCA, NOESCA
         int first;               // row of the first shunt that controls the same bus; they have one target
@@ -351,15 +352,15 @@ enum class OrderFault { none, cells, fill, entries };
 /// lowest index; a bus whose degree was updated goes behind. Sets NORDER and NFAT, and, when the entries fit, the
 /// rows, the fill and the slots of all branches. n buses, nbr branches of which those with on take part. The lists live
 /// in the first `pool` cells of the work space, and move together when these are used up. Buses marked in `late`, if
-/// given, go behind all others.
+/// given, go behind all others. Blocks that none of the first `real` branches writes count as fill.
 OrderFault find_order(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef* from, const BusRef* to,
-                      const bool* on, const bool* late = nullptr, int pool = MXPOOL);
+                      const bool* on, const bool* late = nullptr, int pool = MXPOOL, int real = MXLINX);
 
 /// OPTIMO: the order of the plain network or, when the augmented equations have rows of their own, of these.
 /// Messages 100, 120, 130 (with the count of entries); false after any of them. Buses marked late go last.
 bool OPTIMO(Run& run, Pattern& p, int n, int nbr);
 
-/// To zero before an assembly: all blocks off the diagonal, or those that no branch writes.
+/// To zero before an assembly: all blocks off the diagonal, or those that no real branch writes.
 void clear_blocks(Matrices& m, const Pattern& p);
 void clear_fill(Matrices& m, const Pattern& p);
 

@@ -100,6 +100,7 @@ void add_row(Run& run, int n, bool stays, bool discrete) {
     ControlWork& w = run.mat.control;
     TapRow& row = w.tap_row(++w.taps) = {};
     row.tap = n;
+    w.tap_row_of(n) = w.taps;
     row.bus = std::abs(tap.KBUS(n).at);
     row.step = position_step(run, n);
     row.discrete = discrete && row.step > 0;
@@ -287,6 +288,7 @@ bool build_taps(Run& run) {
     Store& s = run.store;
     ControlWork& w = run.mat.control;
     w.taps = 0;
+    w.tap_row_of.fill(s.tap.NTAP, 0);
     w.awake.fill(std::max(1, int(s.ilh.count)), false);
     w.frozen.fill(std::max(1, int(s.ilh.count)), false);
     if (!run.opt["CTAP"_opt]) return true;
