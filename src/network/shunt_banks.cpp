@@ -142,9 +142,12 @@ void allocate_banks(Store& s, bool discrete) {
         group.QBSH(b) = 0;
         for (int i = s.adr.IPBSH(b); i; i = s.adr.LNKBS(i)) {
             Share share{0, 0};
-            if (live && row.STBSH(i))
-                share = n ? share_of(row, i, s.sca.BSCA(n), sum[std::size_t(n)]) : Share{row.NUNISOP(i), 0};
-            if (n && live && row.STBSH(i)) row.NUNISOP(i) = row.NUNCHAV(i) = share.units;
+            if (live && row.STBSH(i) && n) {
+                share = share_of(row, i, s.sca.BSCA(n), sum[std::size_t(n)]);
+                row.NUNISOP(i) = row.NUNCHAV(i) = share.units;
+            } else if (live && row.STBSH(i)) {
+                share.units = row.NUNISOP(i);
+            }
             row.RELBSH(i) = share.rest;
             row.QBAN(i) = row.VALSH(i) * share.units + share.rest;
             group.QBSH(b) += row.QBAN(i);

@@ -6,6 +6,8 @@
 // the blocks that tie the equation to the network. So ordering, factorisation and solution need nothing special: only
 // the control knows what its rows mean. Fictitious elements stand behind the real ones while a solution runs.
 #pragma once
+#include <algorithm>
+
 #include "powerflow/solver.hpp"
 
 namespace korvane {
@@ -52,6 +54,18 @@ inline Link link_of(Run& run, int l) {
 inline bool island_failed(const Run& run, int k) {
     return run.opt["CILH"_opt] && run.mat.island(run.store.ilh.NOILHA2(k)).failed();
 }
+/// The island whose flags bus k obeys; without CILH the first stands for all.
+inline int region(const Run& run, int k) { return run.opt["CILH"_opt] ? int(run.store.ilh.NOILHA2(k)) : 1; }
+/// How many of them there are, and f(region, its reactive mismatch before a control forced it up) for each.
+inline int regions(const Run& run) { return std::max(1, int(run.store.ilh.count)); }
+template <class F>
+void each_region(const Run& run, F f) {
+    if (!run.opt["CILH"_opt])
+        f(1, run.mat.state.DQMAXIMO);
+    else
+        for (int i : rows(run.store.ilh.count)) f(i, run.mat.island(i).DQMAXIMO2);
+}
+
 /// The multiplier of the correction of this pass at bus k.
 inline double step_of(const Run& run, int k) {
     return run.opt["CILH"_opt] ? run.mat.island(run.store.ilh.NOILHA2(k)).XMI2 : run.store.sol.XMI;

@@ -31,9 +31,6 @@ constexpr int MOST_RELEASES = 2;
 /// The rows act from so many times QLST on.
 constexpr double NEAR = 100;
 
-/// The island whose flags bus k obeys.
-int region(const Run& run, int k) { return run.opt["CILH"_opt] ? int(run.store.ilh.NOILHA2(k)) : 1; }
-
 int own_bus(const Run& run, const ShuntRow& row) { return run.store.sca.NBUSSCA(row.shunt); }
 
 /// Whether something at bus k itself holds its voltage on this pass, so that no shunt can move it.
@@ -95,14 +92,10 @@ void add_branches(Run& run, ShuntRow& row) {
 
 void wake(Run& run) {
     ControlWork& w = run.mat.control;
-    auto look = [&](int i, double dq) {
+    each_region(run, [&](int i, double dq) {
         w.shunts_awake(i) = w.shunts_awake(i) || dq <= NEAR * run.cte.QLST;
         w.shunts_released(i) = w.shunts_released(i) || dq < run.cte.QLST;
-    };
-    if (!run.opt["CILH"_opt])
-        look(1, run.mat.state.DQMAXIMO);
-    else
-        for (int i : rows(run.store.ilh.count)) look(i, run.mat.island(i).DQMAXIMO2);
+    });
 }
 
 /// Whether the equation of the shunt is on: it is free to move, and something would move by it.
@@ -285,8 +278,7 @@ bool build_shunts(Run& run) {
     ControlWork& w = run.mat.control;
     w.shunts = 0;
     if (!run.opt["CSCA"_opt] || t.NSCA == 0) return true;
-    for (auto* flags : {&w.shunts_awake, &w.shunts_released, &w.shunts_rounded})
-        flags->fill(std::max(1, int(s.ilh.count)), false);
+    for (auto* flags : {&w.shunts_awake, &w.shunts_released, &w.shunts_rounded}) flags->fill(regions(run), false);
     map_generators(run);
     auto& first = run.mat.work.first_shunt;
     first.fill(s.bus.NB, 0);

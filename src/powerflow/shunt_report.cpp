@@ -59,7 +59,9 @@ bool CHKSAV(Run& run) {
     Store& s = run.store;
     const std::vector<int> held = held_by_generators(run);
     Lines lines(run, "CHKSAV");
+    bool agree = true;
     auto conflict = [&](int k, int controlled, std::size_t text, int generator) {
+        agree = false;  // also where the operator wants to see no more of them
         const std::string number = generator ? std::to_string(s.bus.NOINT(generator)) : "";
         lines.add(text, s.bus.NOINT(k), s.bus.BNAME(k), s.bus.NOINT(controlled), number);
     };
@@ -86,7 +88,7 @@ bool CHKSAV(Run& run) {
         if (s.sca.KONSCA(i) != 0 && s.bus.STBUS(k) && !steps) conflict(k, s.sca.KBUSSCA(i), NO_STEPS, 0);
     }
     if (lines.any()) PAGWAI(run);
-    return !lines.any();
+    return agree;
 }
 
 void OUTSCA(Run& run) {

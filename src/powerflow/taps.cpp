@@ -33,9 +33,6 @@ constexpr double MARGIN = 0.05;
 /// Returns from a limit that a tap has inside the matrix.
 int most_returns(const Run& run) { return int(0.1f * float(run.cte.ACIT)); }
 
-/// The island whose flags a controlled bus obeys.
-int region(const Run& run, int k) { return run.opt["CILH"_opt] ? int(run.store.ilh.NOILHA2(k)) : 1; }
-
 bool in_play(const Run& run, int k) {
     const ControlWork& w = run.mat.control;
     return w.awake(region(run, k)) && !w.frozen(region(run, k)) && !island_failed(run, k);
@@ -289,8 +286,8 @@ bool build_taps(Run& run) {
     ControlWork& w = run.mat.control;
     w.taps = 0;
     w.tap_row_of.fill(s.tap.NTAP, 0);
-    w.awake.fill(std::max(1, int(s.ilh.count)), false);
-    w.frozen.fill(std::max(1, int(s.ilh.count)), false);
+    w.awake.fill(regions(run), false);
+    w.frozen.fill(regions(run), false);
     if (!run.opt["CTAP"_opt]) return true;
     const std::span<int> stays = named_by(s, s.tpf, s.branch.NL);
     bool chosen = false;  // some taps are to end on positions; without any, all are
@@ -303,11 +300,7 @@ bool build_taps(Run& run) {
 
 void wake_taps(Run& run) {
     ControlWork& w = run.mat.control;
-    const double slack = run.cte.TPST;
-    if (!run.opt["CILH"_opt])
-        w.awake(1) = w.awake(1) || run.mat.state.DQMAXIMO <= slack;
-    else
-        for (int i : rows(run.store.ilh.count)) w.awake(i) = w.awake(i) || run.mat.island(i).DQMAXIMO2 <= slack;
+    each_region(run, [&](int i, double dq) { w.awake(i) = w.awake(i) || dq <= run.cte.TPST; });
 }
 
 void let_taps_take_over(Run& run, int head) {

@@ -85,6 +85,18 @@ struct Feeder : Network {
     int state() const { return s.sca.NTSCA(i); }
 };
 
+void compensator(Network& n, int own, int held) {
+    const int c = add_row(n.s.cer);
+    n.s.cer.NBECER(c) = own;
+    n.s.cer.NVKCER(c) = held;
+    n.s.cer.NUCER(c) = n.s.cer.IGCER(c) = n.s.cer.KONCNT(c) = 1;
+    n.s.cer.RCER(c) = -0.05;
+    n.s.cer.QCERMN(c) = -1;
+    n.s.cer.QCERMX(c) = 1;
+    n.s.cer.VCER(c) = 1.0;
+    n.s.cer.STUCER(c) = true;
+}
+
 TEST(AutomaticShunts, HoldTheirBandOrStopAtALimit) {
     struct {
         const char* what;
@@ -194,17 +206,7 @@ TEST(AutomaticShunts, RelieveWhatElseHoldsTheBus) {
         void (*add)(Feeder&);
         void (*expect)(const Feeder&);
     } const cases[] = {
-        {"static compensator",
-         [](Feeder& n) {
-             const int c = add_row(n.s.cer);
-             n.s.cer.NBECER(c) = n.s.cer.NVKCER(c) = 3;
-             n.s.cer.NUCER(c) = n.s.cer.IGCER(c) = n.s.cer.KONCNT(c) = 1;
-             n.s.cer.RCER(c) = -0.05;
-             n.s.cer.QCERMN(c) = -1;
-             n.s.cer.QCERMX(c) = 1;
-             n.s.cer.VCER(c) = 1.0;
-             n.s.cer.STUCER(c) = true;
-         },
+        {"static compensator", [](Feeder& n) { compensator(n, 3, 3); },
          [](const Feeder& n) {
              EXPECT_NEAR(n.s.cer.QGCER(1), 0, 1e-5);
              EXPECT_NEAR(n.v(), 1.0, CLOSE);
@@ -485,21 +487,9 @@ TEST(ShuntData, ConflictsAreListedAndNothingIsSolved) {
              chain_banks(n);
          },
          "sem estágio em serviço"},
-        {"a compensator beside a generator of another bus",
-         [](Feeder& n) {
-             const int c = add_row(n.s.cer);
-             n.s.cer.NBECER(c) = 1;
-             n.s.cer.NVKCER(c) = 3;
-             n.s.cer.STUCER(c) = true;
-         },
+        {"a compensator beside a generator of another bus", [](Feeder& n) { compensator(n, 1, 3); },
          "gerador da barra terminal mantém outra barra"},
-        {"a compensator that holds the bus of a generator",
-         [](Feeder& n) {
-             const int c = add_row(n.s.cer);
-             n.s.cer.NBECER(c) = 3;
-             n.s.cer.NVKCER(c) = 1;
-             n.s.cer.STUCER(c) = true;
-         },
+        {"a compensator that holds the bus of a generator", [](Feeder& n) { compensator(n, 3, 1); },
          "gerador da barra controlada mantém tensão"},
     };
     for (const auto& c : cases) {
