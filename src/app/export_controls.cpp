@@ -3,19 +3,12 @@
 
 #include "app/export.hpp"
 #include "app/export_tables.hpp"
+#include "network/list_marks.hpp"
+#include "network/voltage_holders.hpp"
 
 namespace korvane {
 
 namespace {
-
-/// Rows that a list names, by row from 1.
-template <class List>
-std::vector<char> named(const List& list, int n) {
-    std::vector<char> marks(std::size_t(n) + 1);
-    for (int i : rows(list.n))
-        if (const int row = list.row(i).at; row >= 1 && row <= n) marks[std::size_t(row)] = 1;
-    return marks;
-}
 
 bool has_ends(const Store& s, int l) {
     return l >= 1 && l <= s.branch.NL && s.branch.NFROM(l) != 0 && s.branch.NTO(l) != 0;
@@ -27,26 +20,15 @@ bool live(const Store& s, int l) {
 
 // --- generators that hold the voltage of another bus
 
-bool generates(int type) { return std::abs(type) == 2 || std::abs(type) == 3; }
-
 /// The remote controls of the last solution.
 class RemoteControls {
 public:
-    explicit RemoteControls(Run& run) : run_(run), s_(run.store), bus_of_(std::size_t(s_.gen.NG) + 1) {
-        map_bus_rows(run.store);
-        if (!run.opt["CREM"_opt]) return;
-        const std::vector<char> left_out = named(s_.fcr, s_.gen.NG);
-        for (int i : rows(s_.rcb.NRCB)) {
-            const int j = s_.rcb.ICB(i), c = s_.rcb.IRCB(i);
-            if (!j || left_out[std::size_t(j)] || bus_of_[std::size_t(j)] || c < 1 || c > s_.bus.NB) continue;
-            if (const int k = s_.gen.NOGEN(j); k && generates(s_.bus.NTYPE(k))) bus_of_[std::size_t(j)] = c;
-        }
-    }
+    explicit RemoteControls(Run& run) : run_(run), s_(run.store), holds_(voltage_holders(run)) {}
 
     std::string_view state(int i) const {
-        const int j = s_.rcb.ICB(i), k = s_.gen.NOGEN(j), c = s_.rcb.IRCB(i);
+        const int j = s_.rcb.ICB(i), k = s_.gen.NOGEN(j);
         if (!s_.bus.STBUS(k)) return "out";
-        if (!acts(j, c)) return "off";
+        if (holds_[std::size_t(j)].control != i) return "off";
         if (s_.bus.NTYPE(k) > 0) return at_terminal_limit(i) ? "terminal" : "free";
         const double q = s_.gen.QGEN(j);
         return s_.gen.QMAX(j) - q <= q - s_.gen.QMIN(j) ? "max" : "min";
@@ -56,19 +38,12 @@ public:
     std::vector<char> held_buses() const {
         std::vector<char> held(std::size_t(s_.bus.NB) + 1);
         for (int j : rows(s_.gen.NG))
-            if (const int k = s_.gen.NOGEN(j), c = bus_of_[std::size_t(j)]; c && s_.bus.STBUS(k))
-                if (acts(j, c) && s_.bus.NTYPE(k) > 0) held[std::size_t(c)] = 1;
+            if (const VoltageHold& hold = holds_[std::size_t(j)]; hold.control && s_.bus.NTYPE(s_.gen.NOGEN(j)) > 0)
+                held[std::size_t(hold.bus)] = 1;
         return held;
     }
 
 private:
-    // A bus whose own generator holds it leaves nothing to control, and its generator does so at its own bus.
-    bool acts(int j, int c) const {
-        if (bus_of_[std::size_t(j)] != c || c == 0) return false;
-        if (c == s_.gen.NOGEN(j)) return run_.opt["TGER"_opt];
-        const int there = s_.map.NGADR(c);
-        return !there || !generates(s_.bus.NTYPE(c)) || bus_of_[std::size_t(there)] == c;
-    }
     // VLCR keeps the voltage at the terminals at a limit of its group.
     bool at_terminal_limit(int i) const {
         const int k = s_.gen.NOGEN(s_.rcb.ICB(i)), group = s_.bus.NOGLT(k), c = s_.rcb.IRCB(i);
@@ -80,7 +55,7 @@ private:
 
     const Run& run_;
     const Store& s_;
-    std::vector<int> bus_of_;  // that a generator is to hold, 0 for none
+    std::vector<VoltageHold> holds_;
 };
 
 // --- compensators and phase shifters
@@ -220,9 +195,10 @@ void shifter_rows(Csv& csv, const Run& run) {
 }  // namespace
 
 std::string transformers_csv(Run& run) {
-    const Store& s = run.store;
+    Store& s = run.store;
     const BranchTables& b = s.branch;
-    const std::vector<char> held = named(s.tpf, b.NL), remote = RemoteControls(run).held_buses();
+    const std::vector<char> remote = RemoteControls(run).held_buses();
+    const std::span<int> held = named_by(s, s.tpf, b.NL);
     Csv csv("from,to,circuit,in_service,state,controlled_bus,target_pu,voltage_pu,tap,tap_min,tap_max");
     for (int t : rows(s.tap.NTAP)) {
         const int l = s.tap.NOTAP(t), k = std::abs(s.tap.KBUS(t).at);

@@ -1,6 +1,6 @@
 // CTROFF: controls in service that point at a bus out of service.
 #include "frame/run.hpp"
-#include "network/store.hpp"
+#include "network/list_marks.hpp"
 
 namespace korvane {
 
@@ -45,16 +45,6 @@ bool room(const Store& s) { return s.cmp.NCTROFF < MXCTR; }
 
 void note(Store& s, Family family, int row, int bus) { s.cmp.change(++s.cmp.NCTROFF) = {family, row, bus}; }
 
-/// Rows of a list marked by the row of the other family that they name.
-template <class List>
-std::span<int> listed(Store& s, const List& list, int rows_of_other) {
-    const std::span<int> mark = row_scratch(s);
-    std::fill_n(mark.begin(), rows_of_other + 1, 0);
-    for (int i : rows(list.n))
-        if (list.row(i) <= rows_of_other) mark[std::size_t(list.row(i).at)] = 1;
-    return mark;
-}
-
 // Generators: they hold their own bus until STOON, and the list tells that they left their group.
 void release_generators(Run& run, ControlReport& report) {
     Store& s = run.store;
@@ -63,7 +53,7 @@ void release_generators(Run& run, ControlReport& report) {
     for (int r : rows(s.rcb.NRCB))
         if (dead(s, s.rcb.IRCB(r))) due.push_back(r);
     if (due.empty()) return;
-    const std::span<int> marked = listed(s, s.fcr, s.gen.NG);
+    const std::span<int> marked = named_by(s, s.fcr, s.gen.NG);
     std::vector<int> entering;
     c.first_factor = s.fcr.n + 1;
     for (int r : due) {
@@ -93,7 +83,7 @@ void hold_taps(Run& run, ControlReport& report) {
         if ((type == 3 || type == 4) && s.branch.STLIN(l) && dead(s, std::abs(s.tap.KBUS(t).at))) due.push_back(t);
     }
     if (due.empty()) return;
-    const std::span<int> marked = listed(s, s.tpf, s.branch.NL);
+    const std::span<int> marked = named_by(s, s.tpf, s.branch.NL);
     std::vector<int> entering;
     c.first_fixed_tap = s.tpf.n + 1;
     for (int t : due) {

@@ -5,6 +5,7 @@
 
 #include "frame/page.hpp"
 #include "network/branch_rows.hpp"
+#include "network/list_marks.hpp"
 #include "powerflow/bridges.hpp"
 #include "powerflow/phase_shifters.hpp"
 
@@ -107,8 +108,7 @@ void hold_taps(Run& run) {
     }
     if (idle.empty()) return;
     const std::vector<char> loaded = loaded_buses(s);
-    std::vector<char> listed(std::size_t(s.branch.NL) + 1);
-    for (int i : rows(s.tpf.n)) listed[std::size_t(s.tpf.row(i).at)] = 1;
+    const std::span<int> listed = named_by(s, s.tpf, s.branch.NL);
     std::stable_sort(idle.begin(), idle.end(), [&](int a, int b) {
         return std::pair(s.bus.NOINT(s.branch.NFROM(a)), s.branch.NCIR(a)) <
                std::pair(s.bus.NOINT(s.branch.NFROM(b)), s.branch.NCIR(b));

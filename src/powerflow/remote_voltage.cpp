@@ -11,8 +11,8 @@
 
 #include <cmath>
 
+#include "network/voltage_holders.hpp"
 #include "powerflow/augmented.hpp"
-#include "powerflow/tap_steps.hpp"
 
 namespace korvane {
 
@@ -24,8 +24,6 @@ using Cell = ControlledBuses::Cell;
 /// Weight of the own unknown in a voltage equation, 1/pu: small beside what it moves, and never nothing, so that the
 /// elimination may begin with it.
 constexpr double SLIGHT = 1e-6;
-
-bool generates(int type) { return std::abs(type) == 2 || std::abs(type) == 3; }
 
 int own_bus(const Run& run, const RemoteRow& row) { return run.store.gen.NOGEN(row.generator); }
 int own_type(const Run& run, const RemoteRow& row) { return run.store.bus.NTYPE(own_bus(run, row)); }
@@ -55,39 +53,19 @@ void add_row(ControlWork& w, int generator, int bus, double target) {
     w.remote(generator) = w.remotes;
 }
 
-// TGER: generators without a remote control hold their own buses in the same way.
-void force_others(Run& run, std::span<const int> excluded) {
+// Those of the data in the order of their rows, then with `forced` those that TGER adds.
+void list_remote_controls(Run& run, bool forced) {
     const Store& s = run.store;
     ControlWork& w = run.mat.control;
-    for (int j : rows(s.gen.NG))
-        if (!w.remote(j) && !excluded[std::size_t(j)] && generates(s.bus.NTYPE(s.gen.NOGEN(j))))
-            add_row(w, j, s.gen.NOGEN(j), s.gen.VGEN(j));
-}
-
-// A bus that holds its voltage by a generator outside of the list has nothing left to control; the generators of the
-// list then hold their own buses, as they do when nothing else asks for them.
-bool has_a_say(const Run& run, const RemoteRow& row) {
-    const Store& s = run.store;
-    const ControlWork& w = run.mat.control;
-    if (!generates(own_type(run, row))) return false;
-    if (row.bus == own_bus(run, row)) return run.opt["TGER"_opt];
-    const int there = run.mat.work.NOBGEN(row.bus);
-    if (!there || !generates(s.bus.NTYPE(row.bus))) return true;
-    return w.remote(there) && w.remote_row(w.remote(there)).bus == row.bus;
-}
-
-void drop_idle(Run& run) {
-    ControlWork& w = run.mat.control;
-    std::vector<int> kept;
-    for (int i : rows(w.remotes))
-        if (has_a_say(run, w.remote_row(i))) kept.push_back(i);
-    for (int i : rows(w.remotes)) w.remote(w.remote_row(i).generator) = 0;
     w.remotes = 0;
-    for (int i : kept) {
-        const RemoteRow row = w.remote_row(i);
-        w.remote_row(++w.remotes) = row;
-        w.remote(row.generator) = w.remotes;
-    }
+    w.remote.fill(s.gen.NG, 0);
+    const std::vector<VoltageHold> holds = voltage_holders(run);
+    auto hold = [&](int j) -> const VoltageHold& { return holds[std::size_t(j)]; };
+    for (int i : rows(s.rcb.NRCB))
+        if (const int j = s.rcb.ICB(i); j && hold(j).control == i) add_row(w, j, hold(j).bus, s.rcb.VRCB(i));
+    if (!forced) return;
+    for (int j : rows(s.gen.NG))
+        if (hold(j).forced) add_row(w, j, hold(j).bus, s.gen.VGEN(j));
 }
 
 void enter_lists(Run& run) {
@@ -171,30 +149,17 @@ void check_terminal(Run& run, RemoteRow& row) {
 
 }  // namespace
 
-void note_remote_voltage(Run& run) {
-    Store& s = run.store;
-    ControlWork& w = run.mat.control;
-    const std::span<int> excluded = named_by(s, s.fcr, s.gen.NG);
-    w.remotes = 0;
-    w.remote.fill(s.gen.NG, 0);
-    for (int i : rows(s.rcb.NRCB)) {
-        const int j = s.rcb.ICB(i), k = s.rcb.IRCB(i);
-        if (j && !excluded[std::size_t(j)] && !w.remote(j) && k >= 1 && k <= s.bus.NB) add_row(w, j, k, s.rcb.VRCB(i));
-    }
-}
+void note_remote_voltage(Run& run) { list_remote_controls(run, false); }
 
 bool build_remote_voltage(Run& run) {
-    Store& s = run.store;
+    const Store& s = run.store;
     ControlWork& w = run.mat.control;
     w.remotes = 0;
     w.NTCST.fill(s.gen.NG, 0);
     w.remote.fill(s.gen.NG, 0);
     w.releases.fill(s.gen.NG, false);
     if (!run.opt["CREM"_opt]) return true;
-    note_remote_voltage(run);
-    if (run.opt["TGER"_opt]) force_others(run, named_by(s, s.fcr, s.gen.NG));
-    map_generators(run);
-    drop_idle(run);
+    list_remote_controls(run, true);
     enter_lists(run);
     add_branches(run);
     if (!equations_fit(run, "ETCREM")) return false;

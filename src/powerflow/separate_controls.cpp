@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "network/list_marks.hpp"
 #include "powerflow/solver.hpp"
 #include "powerflow/tap_steps.hpp"
 

@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "frame/page.hpp"
+#include "network/voltage_holders.hpp"
 #include "powerflow/automatic_shunts.hpp"
-#include "powerflow/tap_steps.hpp"
 
 namespace korvane {
 
@@ -35,20 +35,11 @@ private:
 
 /// The bus whose voltage the generator of a bus holds, 0 for none.
 std::vector<int> held_by_generators(Run& run) {
-    Store& s = run.store;
+    const Store& s = run.store;
+    const std::vector<VoltageHold> holds = voltage_holders(run);
     std::vector<int> of(std::size_t(s.bus.NB) + 1, 0);
-    auto holds = [&](int k) {
-        return s.bus.STBUS(k) && std::abs(s.bus.NTYPE(k)) >= 2 && std::abs(s.bus.NTYPE(k)) <= 3;
-    };
     for (int j : rows(s.gen.NG))
-        if (const int k = s.gen.NOGEN(j); holds(k)) of[std::size_t(k)] = k;
-    if (!run.opt["CREM"_opt]) return of;
-    const std::span<int> excluded = named_by(s, s.fcr, s.gen.NG);
-    for (int i : rows(s.rcb.NRCB)) {
-        const int j = s.rcb.ICB(i);
-        if (!j || excluded[std::size_t(j)] || !holds(s.gen.NOGEN(j))) continue;
-        of[std::size_t(s.gen.NOGEN(j).at)] = s.rcb.IRCB(i);
-    }
+        if (const int k = s.gen.NOGEN(j)) of[std::size_t(k)] = holds[std::size_t(j)].bus;
     return of;
 }
 

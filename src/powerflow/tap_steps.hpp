@@ -1,21 +1,10 @@
 // What a controlled voltage asks of a tap: the rules that the controls inside and beside the Newton matrix share.
 #pragma once
 #include <optional>
-#include <span>
 
 #include "powerflow/solver.hpp"
 
 namespace korvane {
-
-/// Rows of a list, marked by the row that each names: index r is 1 when some entry names row r, of n. In row_scratch.
-template <class List>
-std::span<int> named_by(Store& s, const List& list, int n) {
-    const std::span<int> mark = row_scratch(s);
-    std::fill_n(mark.begin(), n + 1, 0);
-    for (int i : rows(list.n))
-        if (list.row(i) <= n) mark[std::size_t(list.row(i).at)] = 1;
-    return mark;
-}
 
 /// Whether the controlled voltage of tap row n rises with a = 1/TAP, the ratio on the from side.
 inline bool rises_with_ratio(const TapTables& tap, int n) { return tap.KBUS(n) >= 0; }

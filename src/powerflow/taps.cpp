@@ -11,6 +11,7 @@
 
 #include "powerflow/augmented.hpp"
 #include "powerflow/reactive_limits.hpp"
+#include "network/list_marks.hpp"
 #include "powerflow/tap_steps.hpp"
 
 namespace korvane {

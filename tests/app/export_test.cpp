@@ -288,6 +288,13 @@ TEST(Export, ControlsTellTheirState) {
         {generators, "", "off", [](C& n) { n.s.fcr.row(add_row(n.s.fcr)) = 2; }},
         {generators, "", "off", [](C& n) { n.s.bus.NTYPE(2) = 0; }},
         {generators, "", "off", [](C& n) { n.s.rcb.IRCB(n.rcb) = 1; }},  // the slack holds its own bus
+        {generators, "", "free", [](C& n) { n.s.rcb.IRCB(n.rcb) = 1, n.run.opt.set("TGER"_opt); }},  // and shares it
+        {generators, "", "off",
+         [](C& n) {
+             n.s.rcb.IRCB(n.rcb) = 1, n.run.opt.set("TGER"_opt);
+             n.s.fcr.row(add_row(n.s.fcr)) = 1;
+         }},
+        {generators, "", "off", [](C& n) { n.s.bus.STBUS(4) = false; }},
         {generators, "", "terminal",
          [](C& n) {
              n.run.opt.set("VLCR"_opt);
@@ -310,7 +317,8 @@ TEST(Export, ControlsTellTheirState) {
         {shunts, "", "out", [](C& n) { n.s.bus.STBUS(5) = false; }},
         {transformers, "", "held", [](C& n) { n.s.tpf.row(add_row(n.s.tpf)) = n.branch_of(n.tap); }},
     };
-    std::string (*const tables[])(korvane::Run&) = {compensators_csv, generators_remote_csv, transformers_csv, shunts_csv};
+    std::string (*const tables[])(korvane::Run&) = {compensators_csv, generators_remote_csv, transformers_csv,
+                                                    shunts_csv};
     for (const auto& c : cases) {
         C n;
         c.change(n);

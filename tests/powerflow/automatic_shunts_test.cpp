@@ -506,5 +506,28 @@ TEST(ShuntData, ConflictsAreListedAndNothingIsSolved) {
     }
 }
 
+// The generator at bus 1 holds bus 3, or bus 4 that has a generator of its own, from elsewhere.
+TEST(ShuntData, ACompensatorBesideARemoteGenerator) {
+    struct {
+        int held, compensated;  // by the generator, by the compensator at its bus
+        const char* option;
+        bool agree;
+    } const cases[] = {{3, 3, "CREM", true},  {3, 1, "CREM", false}, {3, 3, "NEWT", false},
+                       {3, 1, "NEWT", true},  {4, 1, "CREM", true},  // bus 4 is held, and it stays with its own
+                       {4, 4, "CREM", false}, {4, 1, "TGER", false}};
+    for (const auto& c : cases) {
+        Feeder n(0.3, 1);
+        n.branch(3, n.generator(2, 1.0), 0, 0.1);
+        n.ready();
+        const int r = add_row(n.s.rcb);
+        n.s.rcb.ICB(r) = 1;
+        n.s.rcb.IRCB(r) = c.held;
+        compensator(n, 1, c.compensated);
+        n.run.opt.set(Option{find_option(c.option)});
+        if (*c.option == 'T') n.run.opt.set("CREM"_opt);
+        EXPECT_EQ(CHKSAV(n.run), c.agree) << c.held << c.compensated << c.option;
+    }
+}
+
 }  // namespace
 }  // namespace korvane::testing
