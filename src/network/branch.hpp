@@ -101,13 +101,15 @@ struct PhaseTables {
     Table<int, MXPHS> KONPHS;              // kind of control
     Table<BusRef, MXPHS> NBEPHS;           // end at which the target is measured
     Table<bool, MXPHS> FLGPHS;             // at a limit
+    Table<bool, MXPHS> bridge;             // its branch alone holds its island together, as CONTAP found
 
     int& count() { return NPHS; }
     static constexpr auto columns() {
         using P = PhaseTables;
         return std::tuple{column("NOPHS", &P::NOPHS),   column("PHS", &P::PHS),       column("PHSMIN", &P::PHSMIN),
                           column("PHSMAX", &P::PHSMAX), column("VSPPHS", &P::VSPPHS), column("NPHSTP", &P::NPHSTP),
-                          column("KONPHS", &P::KONPHS), column("NBEPHS", &P::NBEPHS), column("FLGPHS", &P::FLGPHS)};
+                          column("KONPHS", &P::KONPHS), column("NBEPHS", &P::NBEPHS), column("FLGPHS", &P::FLGPHS),
+                          column("bridge", &P::bridge)};
     }
 };
 static_assert(lists_every_table<PhaseTables>());

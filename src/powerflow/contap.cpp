@@ -86,7 +86,8 @@ void hold_radial_shifters(Run& run) {
         if (!controlled_shifter(s, i)) continue;
         if (bridge.empty()) bridge = find_bridges(s);
         const int l = s.tap.NOTAP(s.phs.NOPHS(i));
-        const bool told = inner && s.phs.FLGPHS(i), stays = bridge[std::size_t(l)] && !shift_at_limit(s, i);
+        s.phs.bridge(i) = bridge[std::size_t(l)];
+        const bool told = inner && s.phs.FLGPHS(i), stays = s.phs.bridge(i) && !shift_at_limit(s, i);
         s.phs.FLGPHS(i) = stays;
         if (stays && !told) held.push_back(l);
     }

@@ -11,8 +11,8 @@ namespace korvane {
 /// held fixed, with a line in the report. Message 100: the list is full.
 ///
 /// With CPHS, a controlled phase shifter that alone holds its island together: what it carries does not depend on its
-/// shift, and FLGPHS marks it to keep it. Warning -200 and a line in the report, unless its shift is at a limit; in a
-/// solve inside an analysis only when it has not been marked before.
+/// shift. `bridge` tells the solver so, and FLGPHS marks it to keep it. Warning -200 and a line in the report, unless
+/// its shift is at a limit; in a solve inside an analysis only when it has not been marked before.
 void CONTAP(Run& run);
 
 }  // namespace korvane

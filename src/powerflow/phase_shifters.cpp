@@ -11,7 +11,6 @@
 #include <cmath>
 
 #include "powerflow/augmented.hpp"
-#include "powerflow/bridges.hpp"
 
 namespace korvane {
 
@@ -94,10 +93,8 @@ bool build_phase_shifters(Run& run) {
     ControlWork& w = run.mat.control;
     w.shifters = 0;
     if (!run.opt["CPHS"_opt]) return true;
-    std::vector<char> bridge;
     for (int i : rows(s.phs.NPHS)) {
         if (!controlled_shifter(s, i)) continue;
-        if (bridge.empty()) bridge = find_bridges(s);
         ShifterRow& row = w.shifter_row(++w.shifters) = {};
         const int l = branch_of(s, i);
         row.shifter = i;
@@ -105,9 +102,8 @@ bool build_phase_shifters(Run& run) {
         row.equation = add_fictitious_bus(run, Equation::phase_shifter, w.shifters);
         row.to_from = add_fictitious_branch(run, row.equation, s.branch.NFROM(l));
         row.to_to = add_fictitious_branch(run, row.equation, s.branch.NTO(l));
-        const bool stays = bridge[std::size_t(l)];
-        if (stays) row.returns = MOST_RETURNS + 1;
-        s.phs.FLGPHS(i) = stays || shift_at_limit(s, i);
+        if (s.phs.bridge(i)) row.returns = MOST_RETURNS + 1;
+        s.phs.FLGPHS(i) = s.phs.bridge(i) || shift_at_limit(s, i);
     }
     return equations_fit(run, "ESTPHS");
 }
