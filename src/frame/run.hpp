@@ -21,7 +21,6 @@ struct Matrices;
 struct CaseState {
     int NCASO = 0;         // number of the case that the present operation is about
     int held = 0;          // case that was restored last
-    bool HISINT = false;   // an analysis keeps a case of its own: nothing is asked, nothing printed
     bool CASFULL = false;  // the last save found no room, or failed otherwise
 };
 
