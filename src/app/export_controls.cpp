@@ -199,16 +199,19 @@ std::string transformers_csv(Run& run) {
     const BranchTables& b = s.branch;
     const std::vector<char> remote = RemoteControls(run).held_buses();
     const std::span<int> held = named_by(s, s.tpf, b.NL);
+    const bool solved_with_taps = run.opt.solved && run.opt["CTAP"_opt];
     Csv csv("from,to,circuit,in_service,state,controlled_bus,target_pu,voltage_pu,tap,tap_min,tap_max");
     for (int t : rows(s.tap.NTAP)) {
         const int l = s.tap.NOTAP(t), k = std::abs(s.tap.KBUS(t).at);
         if (!has_ends(s, l) || (b.LTYPE(l) != 3 && b.LTYPE(l) != 4)) continue;
         if (k == 0) continue;  // removed in a block that did not come to its end
-        const std::string_view state = held[std::size_t(l)]                           ? "held"
-                                       : s.tap.NTTAP(t) == 1                          ? "max"
-                                       : s.tap.NTTAP(t) == 2                          ? "min"
-                                       : s.bus.NTYPE(k) > 0 || remote[std::size_t(k)] ? "standby"
-                                                                                      : "free";
+        const bool waits = s.bus.NTYPE(k) > 0 || remote[std::size_t(k)];
+        const std::string_view state = held[std::size_t(l)]                                  ? "held"
+                                       : solved_with_taps && !waits && voltage_unmet(run, t) ? "stopped"
+                                       : s.tap.NTTAP(t) == 1                                 ? "max"
+                                       : s.tap.NTTAP(t) == 2                                 ? "min"
+                                       : waits                                               ? "standby"
+                                                                                             : "free";
         csv << s.bus.NOINT(b.NFROM(l)) << s.bus.NOINT(b.NTO(l)) << b.NCIR(l) << int(b.STLIN(l)) << state
             << s.bus.NOINT(k) << tap_target(run, t) << s.bus.VOLT(k) << 1.0 / s.tap.TAP(t) << s.tap.TPMIN(t)
             << s.tap.TPMAX(t);

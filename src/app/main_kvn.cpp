@@ -123,7 +123,8 @@ std::optional<int> read_arguments(int argc, char** argv, Request& request) {
         {"--cases", &request.cases, "FILE", "Arquivo de casos gravados"},
         {"--cards", &request.cards, "FILE", "Arquivo dos cartões gravados"},
         {"--log", &request.log, "FILE", "Arquivo da cópia do registro de linhas digitadas"},
-        {"--export", &request.folder, "DIR", "Pasta do resultado: run.json, buses.csv, branches.csv, transformers.csv"}};
+        {"--export", &request.folder, "DIR",
+         "Pasta do resultado: run.json e tabelas CSV de barras, ramos e controles"}};
     for (const auto& [name, value, kind, text] : files)
         run.add_option(name, *value, text)->type_name(kind)->check([name = std::string(name)](const std::string& v) {
             return v.empty() ? name : std::string();

@@ -66,6 +66,15 @@ void each_region(const Run& run, F f) {
         for (int i : rows(run.store.ilh.count)) f(i, run.mat.island(i).DQMAXIMO2);
 }
 
+/// The largest reactive mismatch around bus k on this pass, before a control forced it up.
+inline double reactive_mismatch(const Run& run, int k) {
+    return run.opt["CILH"_opt] ? run.mat.island(region(run, k)).DQMAXIMO2 : run.mat.state.DQMAXIMO;
+}
+/// Up to this reactive mismatch, pu, a correction tells to first order what taps and generators will come to.
+constexpr double FORESEEABLE = 0.2;
+/// Whether so many iterations are spent that what still hunts is to come to rest.
+inline bool late(const Run& run) { return 5 * run.store.sol.NITP > 3 * run.cte.ACIT; }
+
 /// The multiplier of the correction of this pass at bus k.
 inline double step_of(const Run& run, int k) {
     return run.opt["CILH"_opt] ? run.mat.island(run.store.ilh.NOILHA2(k)).XMI2 : run.store.sol.XMI;

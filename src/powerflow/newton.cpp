@@ -10,6 +10,7 @@
 #include "powerflow/capability.hpp"
 #include "powerflow/load_models.hpp"
 #include "powerflow/solver.hpp"
+#include "powerflow/taps.hpp"
 
 namespace korvane {
 
@@ -38,6 +39,7 @@ void leave(Run& run) {
     run.store.sol.NITQ = run.store.sol.NITP;
     remove_equations(run);
     tell_stuck(run);
+    tell_stopped_taps(run);
     if (!run.opt["NCAP"_opt]) CAPABI(run);
 }
 
@@ -204,7 +206,6 @@ void scan_islands(Run& run) {
         active.meet(dp, s.bus.NOINT(k));
         reactive.meet(dq, s.bus.NOINT(k));
     }
-    for (int i : rows(s.ilh.count)) island(i).DQMAXIMO2 = island(i).residual.DQ;
     run.mat.state.residual.DP = active.value;
     run.mat.state.residual.DQ = reactive.value;
     run.store.sol.NODEP = active.bus;
@@ -482,6 +483,8 @@ bool control_generation(Run& run) {
         if (run.store.sol.CONVSTAT == 4) return false;
     }
     run.mat.state.DQMAXIMO = residual.DQ;
+    for (int i : rows(run.store.ilh.count)) run.mat.island(i).DQMAXIMO2 = run.mat.island(i).residual.DQ;
+    run.mat.work.mark.fill(run.store.bus.NB, 0);  // how often a bus has changed its type on this pass
     // Under CILH every island is looked at by its own mismatch.
     if ((opt["QLIM"_opt] || opt["VLIM"_opt]) && (opt["CILH"_opt] || residual.DQ <= run.cte.QLST))
         check_limits(

@@ -56,6 +56,8 @@ void PWFPRI(Run& run, CaseKeeper& cases);
 
 /// Voltage that tap row n aims at, pu: with CTAF the target that its band gave it last.
 double tap_target(const Run& run, int n);
+/// Whether that voltage is off its target by more than TLVC, outside of its band, and no limit of the tap explains it.
+bool voltage_unmet(const Run& run, int n);
 /// The bounds of automatic shunt i: all its reactors, all its capacitors, pu.
 struct ShuntRange {
     double lowest, highest;

@@ -28,6 +28,30 @@ constexpr int MOST_SWINGS = 5;
 /// A correction that moves nothing: no generator crosses a limit by it, whatever it is connected to.
 constexpr double STILL = 1e-9;
 
+/// What generator j is to hold: a voltage, its own or that of another bus, at a set point. pu.
+struct Held {
+    double voltage, set;
+    bool elsewhere;
+};
+Held held_by(const Run& run, int j) {
+    const Store& s = run.store;
+    const ControlWork& w = run.mat.control;
+    const double own = s.bus.VOLT(s.gen.NOGEN(j));
+    if (!w.remote(j)) return {own, s.gen.VGEN(j), false};
+    const ControlWork::RemoteRow& remote = w.remote_row(w.remote(j));
+    if (!remote.active) return {own, remote.terminal, false};  // its own at a limit of VLCR
+    return {s.bus.VOLT(remote.bus), remote.target, true};
+}
+
+/// Whether generator j at a reactive limit is to leave it: the voltage has come to the side where less would do.
+bool asks_to_leave(const Run& run, int j) {
+    const Store& s = run.store;
+    const double q = s.gen.QGEN(j), slack = run.cte.TLPR;
+    const Held held = held_by(run, j);
+    if (q < s.gen.QMAX(j) - slack) return held.voltage <= held.set || q > s.gen.QMIN(j) + slack;
+    return q <= s.gen.QMAX(j) + slack && held.voltage >= held.set;
+}
+
 struct Checker {
     Run& run;
     MismatchRow dq;
@@ -89,16 +113,15 @@ struct Foresight {
     }
     double voltage(int k) const { return s.bus.VOLT(k) * (1 + correction(k).WORK); }
 
-    // The largest number of the correction, of buses and controls alike.
+    // The largest number of the correction, of buses and controls alike. What is held has next to nothing.
     double widest() const {
-        double most = 0;
+        double angle = 0, rise = 0;
         for (int r = 0; r < p.N; ++r) {
-            const auto i = std::size_t(r);
-            const unsigned char held = m.work.held[i];
-            if (!(held & ANGLE_HELD)) most = std::max(most, std::abs(m.side[i].DELTA));
-            if (!(held & VOLTAGE_HELD)) most = std::max(most, std::abs(m.side[i].WORK));
+            const Sides& side = m.side[std::size_t(r)];
+            angle = std::max(angle, std::abs(side.DELTA));
+            rise = std::max(rise, std::abs(side.WORK));
         }
-        return most;
+        return std::max(angle, rise);
     }
     // What such a correction can do to the generation at bus k at most: two ends and a tap of every branch move.
     double reach(int k, double correction) const {
@@ -135,44 +158,45 @@ struct Foresight {
     }
 };
 
+/// Whether limits are foreseen around bus k on this pass: where they would be met, and where taps act, already before.
+/// What a tap and the generators around it do is to be decided together.
+bool foreseen(const Run& run, int k) {
+    const ControlWork& w = run.mat.control;
+    const bool taps = w.taps != 0 && w.awake(region(run, k));
+    return reactive_mismatch(run, k) <= (taps ? std::max(run.cte.QLST, FORESEEABLE) : run.cte.QLST);
+}
+
 /// Whether the limits of generator j at bus k are looked at on this pass, and it stands for itself.
 bool looked_at(const Run& run, int j, int k) {
     const ControlWork& w = run.mat.control;
     const int type = std::abs(run.store.bus.NTYPE(k));
     if (!run.opt["QLIM"_opt] || type < 2 || type > 3 || w.exempt(j) || w.NTCST(j) != 0) return false;
     if (w.remote(j) && !w.remote_row(w.remote(j)).active) return false;
-    if (!run.opt["CILH"_opt]) return run.mat.state.DQMAXIMO <= run.cte.QLST;
-    const IslandState& island = run.mat.island(run.store.ilh.NOILHA2(k));
-    return !island.failed() && island.DQMAXIMO2 <= run.cte.QLST;
+    return !island_failed(run, k) && foreseen(run, k);
 }
 
 bool has_band(const Run& run, int j) { return std::abs(run.store.gen.QMAX(j) - run.store.gen.QMIN(j)) > run.cte.TLPR; }
 
 bool at_highest(const Run& run, int j) { return run.store.gen.QGEN(j) >= run.store.gen.QMAX(j) - run.cte.TLPR; }
 
-// The pass is solved anew with the other type.
+// The pass is solved anew with the other type. What counts as a turn is the state in which the pass leaves the bus.
 void swing(Run& run, int j) {
     Store& s = run.store;
     const int k = s.gen.NOGEN(j);
-    unsigned char& swings = run.mat.work.mark(k);
+    unsigned char &swings = run.mat.work.mark(k), &turns = run.mat.control.turns(j);
     if (swings++ == 0) note_switch(run.mat.state, s.bus.NOINT(k));
+    if (swings % 2 != 0)
+        note_turn(run, j);
+    else if (turns > 0)
+        --turns;
     s.bus.NTYPE(k) = -s.bus.NTYPE(k);
     if (s.bus.NTYPE(k) > 0 && !run.mat.control.remote(j)) s.bus.VOLT(k) = s.gen.VGEN(j);
 }
 
 void Checker::generator(int j) {
     const At g = at(j);
-    // The voltage that it holds may be that of another bus, or its own at a limit of VLCR.
-    const ControlWork::RemoteRow* const remote = w.remote(j) ? &w.remote_row(w.remote(j)) : nullptr;
-    const bool elsewhere = remote && remote->active, in_group = w.NTCST(j) != 0;
-    const double slack = run.cte.TLPR, set = elsewhere ? remote->target : remote ? remote->terminal : s.gen.VGEN(j);
-    const double held = elsewhere ? s.bus.VOLT(remote->bus) : g.v;
-    auto release = [&] {
-        if (!may_leave(j)) return;
-        if (!elsewhere) g.v = set;
-        if (!in_group) dq(run, g.k) = 0;
-        turn(g);
-    };
+    const bool in_group = w.NTCST(j) != 0;
+    const double slack = run.cte.TLPR;
     if (g.type > 0) {
         if (!(g.q > g.high + slack || g.q < g.low - slack)) return;
         generate(g, g.q > g.high + slack ? g.high : g.low, in_group);
@@ -181,18 +205,15 @@ void Checker::generator(int j) {
             changed(g);
         } else
             turn(g);
-    } else if (g.q < g.high - slack) {
-        if (held <= set || g.q > g.low + slack)
-            release();
-        else if (g.q < g.low - slack) {
-            generate(g, g.low, true);
-            changed(g);
-        }
-    } else if (g.q > g.high + slack) {
-        generate(g, g.high, true);
+    } else if (asks_to_leave(run, j)) {
+        if (!may_leave(j)) return;
+        if (const Held held = held_by(run, j); !held.elsewhere) g.v = held.set;
+        if (!in_group) dq(run, g.k) = 0;
+        turn(g);
+    } else if (g.q > g.high + slack || g.q < g.low - slack) {
+        generate(g, g.q > g.high + slack ? g.high : g.low, true);
         changed(g);
-    } else if (held >= set)
-        release();
+    }
 }
 
 void Checker::at_voltage_limit(const At& g, double lowest, double highest) {
@@ -266,8 +287,7 @@ void reopen_reactive(Run& run, int k) {
 
 bool may_turn(Run& run, int j) {
     unsigned char& turns = run.mat.control.turns(j);
-    const bool late = 2 * run.store.sol.NITP > run.cte.ACIT;
-    if (turns < (late ? LATE_TURNS : MOST_TURNS)) return true;
+    if (turns < (late(run) ? LATE_TURNS : MOST_TURNS)) return true;
     turns = std::max(turns, static_cast<unsigned char>(MOST_TURNS));  // to be told
     return false;
 }
@@ -281,7 +301,6 @@ bool check_limits(Run& run, MismatchRow dq, bool by_island) {
     const Store& s = run.store;
     const bool generators = run.opt["QLIM"_opt], bands = run.opt["VLIM"_opt];
     Checker check{run, dq};
-    run.mat.work.mark.fill(s.bus.NB, 0);  // how often a bus has changed its type on this pass
     refresh_capability(run);
     auto left_alone = [&](int j) {
         const int k = s.gen.NOGEN(j);
@@ -289,9 +308,7 @@ bool check_limits(Run& run, MismatchRow dq, bool by_island) {
         if (run.mat.control.NTCST(j) == -2 && !run.opt["FJAC"_opt]) return true;  // its group looks after it
         // a unit with no band stays as it is
         if (s.bus.NTYPE(k) < 0 && std::abs(s.gen.QMAX(j) - s.gen.QMIN(j)) <= run.cte.TLPR) return true;
-        if (!by_island) return false;
-        const IslandState& island = run.mat.island(s.ilh.NOILHA2(k));
-        return island.failed() || !(island.DQMAXIMO2 <= run.cte.QLST);
+        return by_island && (island_failed(run, k) || !(reactive_mismatch(run, k) <= run.cte.QLST));
     };
     auto type = [&](int j) { return std::abs(s.bus.NTYPE(s.gen.NOGEN(j))); };
     if (generators)
@@ -308,7 +325,7 @@ bool foresee_limits(Run& run) {
     Store& s = run.store;
     const ControlWork& w = run.mat.control;
     if (!run.opt["QLIM"_opt] || s.gei.NGEI != 0) return false;  // units come in one by one
-    if (!run.opt["CILH"_opt] && !(run.mat.state.DQMAXIMO <= run.cte.QLST)) return false;
+    if (!run.opt["CILH"_opt] && !foreseen(run, 1)) return false;
     Foresight ahead{run};
     const double widest = ahead.widest();
     if (widest <= STILL) return false;
@@ -317,15 +334,16 @@ bool foresee_limits(Run& run) {
     double most = 0;
     for (int j : rows(s.gen.NG)) {
         const int k = s.gen.NOGEN(j);
-        if (!looked_at(run, j, k)) continue;
         const double low = s.gen.QMIN(j), high = s.gen.QMAX(j), slack = run.cte.TLPR;
         if (s.bus.NTYPE(k) > 0) {
             const double reach = ahead.reach(k, widest), present = s.gen.QGEN(j);
             if (!w.releases(j) && present + reach <= high + slack && present - reach >= low - slack) continue;
+            if (!looked_at(run, j, k)) continue;
             const double q = ahead.generation(j, k);
             if (!(q > high + slack || q < low - slack)) continue;
             s.gen.QGEN(j) = q > high ? high : low;
         } else {
+            if (!looked_at(run, j, k)) continue;
             const unsigned char swings = run.mat.work.mark(k);
             if (!has_band(run, j) || swings >= MOST_SWINGS) continue;
             const ControlWork::RemoteRow* const remote = w.remote(j) ? &w.remote_row(w.remote(j)) : nullptr;
@@ -355,9 +373,12 @@ bool release_generator(Run& run, int k, bool too_low) {
 
 void tell_stuck(Run& run) {
     const Store& s = run.store;
-    for (int j : rows(s.gen.NG))
-        if (run.mat.control.turns(j) >= MOST_TURNS)
-            MSGPUT(run, "LIMREA", -900, s.bus.NOINT(s.gen.NOGEN(j)), element::bus_number);
+    for (int j : rows(s.gen.NG)) {
+        const int k = s.gen.NOGEN(j);
+        const bool reactive = s.bus.NTYPE(k) == -2 || s.bus.NTYPE(k) == -3;
+        if (run.mat.control.turns(j) < MOST_TURNS || (reactive && !asks_to_leave(run, j))) continue;
+        MSGPUT(run, "LIMREA", -900, s.bus.NOINT(k), element::bus_number);
+    }
 }
 
 }  // namespace korvane

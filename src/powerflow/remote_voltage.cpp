@@ -213,14 +213,12 @@ void update_remote_voltage(Run& run) {
 }
 
 void check_terminal_voltages(Run& run) {
-    const Store& s = run.store;
     ControlWork& w = run.mat.control;
     if (!run.opt["VLCR"_opt]) return;
     for (int i : rows(w.remotes)) {
         RemoteRow& row = w.remote_row(i);
-        const double dq =
-            run.opt["CILH"_opt] ? run.mat.island(s.ilh.NOILHA2(own_bus(run, row))).DQMAXIMO2 : run.mat.state.DQMAXIMO;
-        if (dq <= run.cte.QLST && !island_failed(run, own_bus(run, row))) check_terminal(run, row);
+        const int k = own_bus(run, row);
+        if (reactive_mismatch(run, k) <= run.cte.QLST && !island_failed(run, k)) check_terminal(run, row);
     }
 }
 

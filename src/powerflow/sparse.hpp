@@ -191,22 +191,23 @@ struct ControlWork {
     // taps
     /// A tap of the lists: its equation, and the branches from there.
     struct TapRow {
-        int tap, bus;           // tap row; controlled bus
-        int equation;           // its fictitious bus
-        int to_from, to_to;     // branches to the ends of the transformer
-        int to_bus;             // to the controlled bus: one of the two, or a third
-        int leader, to_leader;  // row of the parallel tap that it follows, 0 for none; branch to its equation
-        int count;              // NTAP_CONT: returns from a limit, then passes beside the matrix; -1: it stays
-        bool active;            // LTAP_LIM
-        bool settled;           // the network was solved, for the present taps and limits, as its equation was written
-        bool rests;             // for the rest of this pass: it has next to no effect on its voltage
-        bool standby;           // a generator of the list can still act
-        bool took_over;         // it has acted for the generators
-        bool moves;             // its equation acts on this pass
-        bool discrete;          // it is to end on a position
-        double step;            // distance of positions, of a
-        bool stepped;           // it has moved beside the matrix
-        int vain;               // steps there that brought nothing
+        int tap, bus;             // tap row; controlled bus
+        int equation;             // its fictitious bus
+        int to_from, to_to;       // branches to the ends of the transformer
+        int to_bus;               // to the controlled bus: one of the two, or a third
+        int leader, to_leader;    // row of the parallel tap that it follows, 0 for none; branch to its equation
+        int count;                // NTAP_CONT: returns from a limit, then passes beside the matrix; -1: it stays
+        bool active;              // LTAP_LIM
+        bool met_limit;           // on this pass
+        bool rests;               // for the rest of this pass: it has next to no effect on its voltage
+        bool standby;             // a generator of the list can still act
+        bool took_over;           // it has acted for the generators
+        bool moves;               // its equation acts on this pass
+        bool discrete;            // it is to end on a position
+        double step;              // distance of positions, of a
+        bool stopped;             // it hunted: from then on it stays
+        bool stepped;             // it has moved beside the matrix
+        int vain;                 // steps there that brought nothing
         double best, best_error;  // of these: 1/a with the least voltage error, pu
     };
     int taps;

@@ -15,6 +15,13 @@ bool at_explaining_limit(const Run& run, int n, double error) {
     return std::abs(1 / tap.TAP(n) - limit) <= run.cte.TLTC;
 }
 
+bool voltage_unmet(const Run& run, int n) {
+    const TapTables& tap = run.store.tap;
+    if (run.opt["CTAF"_opt] && tap.NTTVF(n) > 0) return false;
+    const double error = run.store.bus.VOLT(std::abs(tap.KBUS(n).at)) - tap_target(run, n);
+    return std::abs(error) > run.cte.TLVC && !at_explaining_limit(run, n, error);
+}
+
 std::optional<TapMove> tap_move(const Run& run, int n, double error) {
     const TapTables& tap = run.store.tap;
     const double slack = run.cte.TLTC, a = 1 / tap.TAP(n), low = tap.TPMIN(n), high = tap.TPMAX(n);

@@ -9,9 +9,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "network/list_marks.hpp"
 #include "powerflow/augmented.hpp"
 #include "powerflow/reactive_limits.hpp"
-#include "network/list_marks.hpp"
 #include "powerflow/tap_steps.hpp"
 
 namespace korvane {
@@ -31,8 +31,19 @@ constexpr int MOST_STEPS = 4;
 /// has next to no effect on its voltage, as beside a generator at a reactive limit.
 constexpr double MARGIN = 0.05;
 
-/// Returns from a limit that a tap has inside the matrix.
-int most_returns(const Run& run) { return int(0.1f * float(run.cte.ACIT)); }
+/// Reactive mismatch, pu, up to which a voltage tells whether a tap is still to stand at its limit.
+constexpr double NEAR_SOLUTION = 0.004;
+
+/// The last passes belong to the network and its generators: no tap moves any more.
+bool all_stop(const Run& run) { return 5 * run.store.sol.NITP > 4 * run.cte.ACIT; }
+
+/// Returns from a limit that a tap has inside the matrix. Each takes some passes to settle: there are no more than the
+/// passes before it is late have room for.
+int most_returns(const Run& run) {
+    constexpr int PASSES = 5;
+    const int left = 3 * run.cte.ACIT / 5 - run.store.sol.NITP;
+    return std::clamp((left + PASSES - 1) / PASSES, 0, int(0.1f * float(run.cte.ACIT)));
+}
 
 bool in_play(const Run& run, int k) {
     const ControlWork& w = run.mat.control;
@@ -139,20 +150,15 @@ void check_band(Run& run, TapRow& row) {
     tap.VBARRA(n) = !tap.TVFLIM(n) ? (low + high) / 2 : v < low ? low : high;
 }
 
-/// Whether nothing but controlled voltages is left to be met around bus k, and no limit was met on this pass.
-bool settled(const Run& run, int k) {
-    const Residuals& r = run.opt["CILH"_opt] ? run.mat.island(region(run, k)).residual : run.mat.state.residual;
-    return r.DP <= run.cte.TEPA && r.DQ <= run.cte.TEPR;
-}
+bool near_solution(const Run& run, const TapRow& row) { return reactive_mismatch(run, row.bus) <= NEAR_SOLUTION; }
 
-// A tap at a limit that the voltage no longer asks for moves again, once the network is solved: what the passes on the
-// way there leave is no voltage to go by.
+// A tap at a limit that the voltage no longer asks for moves again, once the network is near its solution: what the
+// passes on the way there leave is no voltage to go by.
 void leave_limit(Run& run, TapRow& row) {
     Store& s = run.store;
-    if (row.active || row.standby || row.count < 0 || row.count >= most_returns(run)) return;
-    if (s.tap.NTTAP(row.tap) == 0 || !settled(run, row.bus)) return;
-    const double error = s.bus.VOLT(row.bus) - tap_target(run, row.tap);
-    if (!(std::abs(error) > run.cte.TLVC) || at_explaining_limit(run, row.tap, error)) return;
+    if (row.active || row.standby || row.met_limit || row.count < 0 || row.count >= most_returns(run)) return;
+    if (s.tap.NTTAP(row.tap) == 0 || !near_solution(run, row)) return;
+    if (!voltage_unmet(run, row.tap)) return;
     s.tap.NTTAP(row.tap) = 0;
     row.active = true;
     ++row.count;
@@ -232,6 +238,24 @@ void give_up(Run& run, TapRow& row) {
     row.active = false;
 }
 
+void stop(TapRow& row) {
+    row.active = false;
+    row.stopped = true;
+    row.count = -1;
+}
+
+// A tap that hunts is stopped where its voltage was nearest to the target. True when that moves it.
+bool stop_at_best(Run& run, TapRow& row) {
+    TapTables& tap = run.store.tap;
+    const int n = row.tap;
+    stop(row);
+    if (row.best == tap.TAP(n)) return false;
+    change_tap(run, n, row.best);
+    const auto stands_at = [&](double limit) { return std::abs(1 / row.best - limit) <= run.cte.TLTC; };
+    tap.NTTAP(n) = stands_at(tap.TPMAX(n)) ? 1 : stands_at(tap.TPMIN(n)) ? 2 : 0;
+    return true;
+}
+
 // A step beside the matrix. The error is the voltage less its target. True when the tap moves; `near` then tells that
 // it met no limit.
 bool step_beside(Run& run, TapRow& row, double error, bool& near) {
@@ -247,14 +271,9 @@ bool step_beside(Run& run, TapRow& row, double error, bool& near) {
     near = !move->at_limit;
     row.stepped = true;
     row.vain = nearer ? 0 : row.vain + 1;
-    if (row.vain > MOST_STEPS) {
-        const Store& s = run.store;
-        MSGPUT(run, "ETCTAP", -900, s.bus.NOINT(s.branch.NFROM(s.tap.NOTAP(n))), element::bus_number);
-        row.count = -1;
+    if (row.vain > MOST_STEPS || late(run)) {
         near = false;
-        const bool moves = row.best != tap.TAP(n);
-        change_tap(run, n, row.best);
-        return moves;
+        return stop_at_best(run, row);
     }
     if (move->at_limit) note_limit(run, n);
     tap.NTTAP(n) = !move->at_limit ? 0 : move->ratio == tap.TPMAX(n) ? 1 : 2;
@@ -337,7 +356,6 @@ void write_tap_row(Run& run, int i) {
         if (!row.active || row.standby || row.rests) return;
         const double error = run.store.bus.VOLT(row.bus) - tap_target(run, row.tap);
         if (std::abs(error) < run.cte.TLVC) return;  // it would hold the voltage where it happens to be
-        row.settled = settled(run, row.bus);
         write_voltage_equation(run, row);
     }
     row.moves = true;
@@ -359,12 +377,11 @@ bool restrain_taps(Run& run) {
         if (t > lowest - far && t < highest + far) {
             if (move_within(run, n, t)) note_limit(run, n);
             row.active = false;
-            continue;
-        }
-        if (row.settled)
+        } else if (reactive_mismatch(run, row.bus) <= FORESEEABLE)
             give_up(run, row);
         else
             row.rests = true;
+        row.met_limit = !row.active;
     }
     if (any)
         for (int i : rows(w.taps))
@@ -378,7 +395,7 @@ void update_taps(Run& run) {
     ControlWork& w = run.mat.control;
     for (int i : rows(w.taps)) {
         TapRow& row = w.tap_row(i);
-        row.rests = false;
+        row.rests = row.met_limit = false;
         if (!row.moves) continue;
         if (row.leader) {
             follow(run, row);
@@ -398,7 +415,7 @@ bool settle_taps(Run& run) {
     for (int i : rows(w.taps)) {
         TapRow& row = w.tap_row(i);
         const int n = row.tap;
-        if (!in_play(run, row.bus) || !row.discrete || row.count < 0) continue;
+        if (!in_play(run, row.bus) || !row.discrete || (row.count < 0 && !row.stopped)) continue;
         const double a = 1 / tap.TAP(n);
         const double to = nearest_position(a, tap.TPMIN(n), tap.TPMAX(n), row.step, run.cte.TLTC);
         row.active = false;
@@ -423,10 +440,18 @@ void adjust_held_taps(Run& run) {
     auto& moved = run.mat.work.moved;
     const int returns = most_returns(run);
     bool any = false, all_clear = false;
+    if (all_stop(run))
+        for (int i : rows(w.taps))
+            if (TapRow& row = w.tap_row(i); row.active) stop(row);
     for (int i : rows(w.taps)) {
         TapRow& row = w.tap_row(i);
-        if (row.leader || row.active || row.standby || row.count < returns || !in_play(run, row.bus)) continue;
+        if (row.leader) {
+            if (w.tap_row(row.leader).stopped) stop(row);  // together; a leader stands before those that follow it
+            continue;
+        }
+        if (row.active || row.standby || row.count < returns || !in_play(run, row.bus)) continue;
         if (s.tap.NTTAP(row.tap) == 0 && !row.stepped) continue;  // at rest inside its band
+        if (!near_solution(run, row)) continue;
         ++row.count;
         if (s.bus.NTYPE(row.bus) > 0) continue;
         const double error = s.bus.VOLT(row.bus) - tap_target(run, row.tap);
@@ -439,14 +464,21 @@ void adjust_held_taps(Run& run) {
     if (!any) return;
     for (int i : rows(w.taps)) {
         TapRow& row = w.tap_row(i);
-        if (row.leader && w.tap_row(row.leader).stepped) {
-            follow(run, row);
-            if (w.tap_row(row.leader).count < 0) row.count = -1;  // stopped together
-        }
+        if (row.leader && w.tap_row(row.leader).stepped) follow(run, row);
         if (!row.leader && moved(row.bus)) s.bus.VOLT(row.bus) = tap_target(run, row.tap);
     }
     s.sol.CONVSTAT = 0;
     run.mat.state.residual.DQ = REOPENED;
+}
+
+void tell_stopped_taps(Run& run) {
+    const Store& s = run.store;
+    const ControlWork& w = run.mat.control;
+    for (int i : rows(w.taps)) {
+        const TapRow& row = w.tap_row(i);
+        if (!row.stopped || row.leader || s.bus.NTYPE(row.bus) > 0 || !voltage_unmet(run, row.tap)) continue;
+        MSGPUT(run, "ETCTAP", -900, s.bus.NOINT(s.branch.NFROM(s.tap.NOTAP(row.tap))), element::bus_number);
+    }
 }
 
 }  // namespace korvane
