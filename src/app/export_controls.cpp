@@ -3,6 +3,7 @@
 
 #include "app/export.hpp"
 #include "app/export_tables.hpp"
+#include "network/branch_rows.hpp"
 #include "network/list_marks.hpp"
 #include "network/voltage_holders.hpp"
 
@@ -12,10 +13,6 @@ namespace {
 
 bool has_ends(const Store& s, int l) {
     return l >= 1 && l <= s.branch.NL && s.branch.NFROM(l) != 0 && s.branch.NTO(l) != 0;
-}
-
-bool live(const Store& s, int l) {
-    return s.branch.STLIN(l) && s.bus.STBUS(s.branch.NFROM(l)) && s.bus.STBUS(s.branch.NTO(l));
 }
 
 // --- generators that hold the voltage of another bus
@@ -133,7 +130,7 @@ void series_rows(Csv& csv, const Run& run) {
                .to = s.bus.NOINT(s.branch.NTO(l)),
                .circuit = s.branch.NCIR(l),
                .group = {},
-               .state = !live(s, l)                ? "out"
+               .state = !connects(s, l)            ? "out"
                         : t.KONCSC(i) == REACTANCE ? "fixed"
                         : t.NTYCSC(i)              ? "free"
                         : b == t.BMNCSC(i)         ? "min"
@@ -169,7 +166,7 @@ void shifter_rows(Csv& csv, const Run& run) {
                        .to = s.bus.NOINT(s.branch.NTO(l)),
                        .circuit = s.branch.NCIR(l),
                        .group = {},
-                       .state = !live(s, l)                         ? "out"
+                       .state = !connects(s, l)                     ? "out"
                                 : !controls || !run.opt["CPHS"_opt] ? "fixed"
                                 : !t.FLGPHS(i)                      ? "free"
                                 : !shift_at_limit(s, i)             ? "held"

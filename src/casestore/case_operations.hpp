@@ -18,6 +18,9 @@ extern const CaseOperations SAVED_CASES, MODEL_CASES_OF_PECO;
 
 /// The messages go out, and the code ends with an error.
 void abandon(Run& run);
+/// INIC asks first, by row 1 of the running routine; row 2 says that the file is left alone. True: go on. Messages 100,
+/// 120 end the code.
+bool initialisation_confirmed(Run& run);
 /// Somebody else writes the file: told under CNFILE, whatever was asked.
 bool in_use(Run& run, bool busy);
 

@@ -29,17 +29,22 @@ bool in_use(Run& run, bool busy) {
     return busy;
 }
 
+bool initialisation_confirmed(Run& run) {
+    constexpr int ASK = 1, LEFT_ALONE = 2;
+    const Answer answer = ask_yes_or_no(run, ASK);
+    if (answer == Answer::none || answer == Answer::no) print_line(run, LEFT_ALONE);
+    if (refuse(run, answer == Answer::none, 120) || refuse(run, answer == Answer::other, 100)) abandon(run);
+    return answer == Answer::yes;
+}
+
 namespace {
 
 // --- the operations
 
 void initialise(Run& run, Records& r) {
     LDFORM(run, "INFILE");
-    constexpr int ASK = 1, LEFT_ALONE = 2, DONE = 3;
-    const Answer answer = ask_yes_or_no(run, ASK);
-    if (answer == Answer::none || answer == Answer::no) print_line(run, LEFT_ALONE);
-    if (refuse(run, answer == Answer::none, 120) || refuse(run, answer == Answer::other, 100)) return abandon(run);
-    if (answer == Answer::no) return;
+    constexpr int DONE = 3;
+    if (!initialisation_confirmed(run)) return;
     Writing scope(r);
     if (in_use(run, scope.admission() == Admission::busy)) return abandon(run);
     // A file that is there keeps its size at least.

@@ -14,11 +14,8 @@ bool busy(const Writing& scope) { return scope.admission() == Admission::busy; }
 
 void initialise(Run& run, Records& r) {
     LDFORM(run, "INPECO");
-    constexpr int ASK = 1, LEFT_ALONE = 2, DONE = 3;
-    const Answer answer = ask_yes_or_no(run, ASK);
-    if (answer == Answer::none || answer == Answer::no) print_line(run, LEFT_ALONE);
-    if (refuse(run, answer == Answer::none, 120) || refuse(run, answer == Answer::other, 100)) return abandon(run);
-    if (answer == Answer::no) return;
+    constexpr int DONE = 3;
+    if (!initialisation_confirmed(run)) return;
     Writing scope(r);
     if (in_use(run, busy(scope)) || refuse(run, !scope || !format_model(r) || !scope.commit(), 110))
         return abandon(run);

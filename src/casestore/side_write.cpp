@@ -37,7 +37,6 @@ private:
     void loads();
 
     bool on(int k) const { return s.bus.STBUS(k); }
-    bool circuit_on(int l) const { return s.branch.STLIN(l) && on(s.branch.NFROM(l)) && on(s.branch.NTO(l)); }
     int number(int k) const { return s.bus.NOINT(k); }
     int far_end(const CircuitEnd& e) const {
         return s.branch.NFROM(e.branch) == e.bus ? s.branch.NTO(e.branch) : s.branch.NFROM(e.branch);
@@ -100,7 +99,7 @@ void NetworkWriter::collect() {
         for (const int k : buses_) row_[std::size_t(number(k) - 1)] = k;
     }
     for (int l : rows(s.branch.NL))
-        if (circuit_on(l)) ends_.insert(ends_.end(), {{s.branch.NFROM(l), l}, {s.branch.NTO(l), l}});
+        if (connects(s, l)) ends_.insert(ends_.end(), {{s.branch.NFROM(l), l}, {s.branch.NTO(l), l}});
     std::sort(ends_.begin(), ends_.end(), [&](const CircuitEnd& a, const CircuitEnd& b) {
         return std::tuple(number(a.bus), number(far_end(a)), s.branch.NCIR(a.branch)) <
                std::tuple(number(b.bus), number(far_end(b)), s.branch.NCIR(b.branch));

@@ -40,6 +40,9 @@ int add_branch(Store& s, int from, int to, int circuit);
 void set_ratings(BranchTables& b, int l, double normal, double emergency, double equipment);
 inline double shown_rating(double mva) { return std::min(mva, NO_RATING); }
 
+/// The end of a block that adds, changes or removes branches: what depends on them follows, jumpers are marked anew.
+void finish_branches(Run& run, bool removed);
+
 using BranchEdit = Edit<BranchCard>;
 
 /// The reader of branch data while it reads a block: the look-ups of the block, and what the checks of the present

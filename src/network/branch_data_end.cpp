@@ -19,14 +19,18 @@ void BranchBlock::drop_zero_phases() {
     link_branch_rows(s);
 }
 
-void BranchBlock::finish() {
-    drop_zero_phases();
-    if (removed_)
+void finish_branches(Run& run, bool removed) {
+    if (removed)
         drop_removed(run);  // the address lists with it
     else
         ADRLIN(run);
     settle_dependents(run);
     JUMPER(run);
+}
+
+void BranchBlock::finish() {
+    drop_zero_phases();
+    finish_branches(run, removed_);
 }
 
 }  // namespace korvane

@@ -1,9 +1,13 @@
-// The rows that a branch has in the tables of taps and of phase shifters.
+// Whether a branch connects its buses, and the rows that it has in the tables of taps and of phase shifters.
 #pragma once
 #include "network/store.hpp"
 
 namespace korvane {
 
+/// In service between two buses in service.
+inline bool connects(const Store& s, int l) {
+    return s.branch.STLIN(l) && s.bus.STBUS(s.branch.NFROM(l)) && s.bus.STBUS(s.branch.NTO(l));
+}
 /// Tap row of a branch, 0 for none.
 inline int tap_row(const Store& s, int l) {
     switch (s.branch.LTYPE(l)) {

@@ -3,7 +3,6 @@
 #include "network/branch_data.hpp"
 #include "network/branch_ends.hpp"
 #include "network/card_forms.hpp"
-#include "network/dependent_rows.hpp"
 
 namespace korvane {
 
@@ -274,14 +273,7 @@ void DeviceBlock::apply(const DeviceEdit& e) {
     s.bus.ANGLE(b.NTO(l)) = s.bus.ANGLE(b.NFROM(l));
 }
 
-void DeviceBlock::finish() {
-    if (removed_)
-        drop_removed(run);  // the address lists with it
-    else
-        ADRLIN(run);
-    settle_dependents(run);
-    JUMPER(run);
-}
+void DeviceBlock::finish() { finish_branches(run, removed_); }
 
 }  // namespace
 

@@ -4,13 +4,11 @@
 
 #include <algorithm>
 
+#include "network/branch_rows.hpp"
+
 namespace korvane {
 
 namespace {
-
-bool live(const Store& s, int l) {
-    return s.branch.STLIN(l) && s.bus.STBUS(s.branch.NFROM(l)) && s.bus.STBUS(s.branch.NTO(l));
-}
 
 /// A bus of the present path: the branch that it was entered by, 0 for the first, and how far its list has been read.
 struct Step {
@@ -48,7 +46,7 @@ std::vector<char> find_bridges(const Store& s) {
                 continue;
             }
             const int l = s.adr.LINADR(at.next++);
-            if (l == at.entered || !live(s, l)) continue;
+            if (l == at.entered || !connects(s, l)) continue;
             const int k = at.bus, m = s.branch.NFROM(l) == k ? s.branch.NTO(l) : s.branch.NFROM(l);
             if (const int when = met[std::size_t(m)])
                 reach[std::size_t(k)] = std::min(reach[std::size_t(k)], when);

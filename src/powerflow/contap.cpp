@@ -26,7 +26,7 @@ std::vector<int> sole_neighbours(const Store& s) {
     };
     for (int l : rows(s.branch.NL)) {
         const int k = s.branch.NFROM(l), m = s.branch.NTO(l);
-        if (!s.branch.STLIN(l) || !s.bus.STBUS(k) || !s.bus.STBUS(m)) continue;
+        if (!connects(s, l)) continue;
         meet(k, m);
         meet(m, k);
     }

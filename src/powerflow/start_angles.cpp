@@ -10,10 +10,6 @@ namespace {
 /// State of a bus in the search: not met, met, given an angle, without one to take.
 enum Mark : unsigned char { NEW, MET, GIVEN, NONE };
 
-bool live(const Store& s, int l) {
-    return s.branch.STLIN(l) && s.bus.STBUS(s.branch.NFROM(l)) && s.bus.STBUS(s.branch.NTO(l));
-}
-
 bool slack(const Store& s, int k) { return std::abs(s.bus.NTYPE(k)) == 3; }
 
 // Walks from a bus over buses at angle 0, depth first, until one has another angle. Returns that angle, or 0; the buses
@@ -40,7 +36,7 @@ double walk(Run& run, int start, int& met) {
             continue;
         }
         const int l = s.adr.LINADR(next(depth)++), m = s.branch.NFROM(l) == k ? s.branch.NTO(l) : s.branch.NFROM(l);
-        if (!live(s, l)) continue;
+        if (!connects(s, l)) continue;
         if (s.bus.ANGLE(m) != 0) return s.bus.ANGLE(m);
         if (work.mark(m) == NEW) enter(m);
     }
@@ -72,7 +68,7 @@ void follow_jumpers(Run& run) {
             const int k = work.queue(head);
             for (int a = s.adr.LINPTR(k); a < s.adr.LINPTR(k + 1); ++a) {
                 const int l = s.adr.LINADR(a), m = s.branch.NFROM(l) == k ? s.branch.NTO(l) : s.branch.NFROM(l);
-                if (!live(s, l) || !s.branch.MARKC(l) || work.mark(m) != GIVEN) continue;
+                if (!connects(s, l) || !s.branch.MARKC(l) || work.mark(m) != GIVEN) continue;
                 work.mark(m) = NEW;
                 s.bus.ANGLE(m) = s.bus.ANGLE(k);
                 s.bus.VOLT(m) = s.bus.VOLT(k);

@@ -134,12 +134,7 @@ TEST(Export, TextsAreQuotedAndDeadOrOpenBranchesShowWhatFlows) {
             EXPECT_EQ(b.at("name"), "A,B \"ç\"");
         }
     }
-    const int tap = add_row(st.tap);
-    st.tap.NOTAP(tap) = dead;
-    st.tap.KBUS(tap) = -bus_of(st, 4);
-    st.tap.TAP(tap) = 1 / 1.1;
-    st.tap.NTTAP(tap) = 1;
-    st.tap.VBUS(tap) = 1.03;
+    put_row(st.tap, "NOTAP", dead, "KBUS", -bus_of(st, 4), "TAP", 1 / 1.1, "NTTAP", 1, "VBUS", 1.03);
     st.branch.LTYPE(dead) = 3;
     for (const auto& b : read_csv(transformers_csv(s.run))) {
         EXPECT_EQ(b.at("from") + ' ' + b.at("state") + ' ' + b.at("controlled_bus"), "4 max 4");
@@ -217,28 +212,16 @@ TEST(Export, ControlsAreShownInTheUnitsOfTheirCardsUnderTheOptionsOfTheSolution)
 struct Controls : Network {
     int cer, csc, phs, rcb, tap, sca;
     Controls() {
-        generator(3, 1.02);
-        generator(2, 1.0, 0.1);
+        make("slack 1.02; gen 1.0 .1");
         for (int k = 3; k <= 5; ++k) bus(0, 1, 0.2, 0.05);
         for (int k = 1; k <= 5; ++k) branch(k, k % 5 + 1, 0.01, 0.08);
-        cer = add_row(s.cer);
-        s.cer.NBECER(cer) = s.cer.NVKCER(cer) = 3;
-        s.cer.NUCER(cer) = 1;
+        cer = put_row(s.cer, "NBECER", 3, "NVKCER", 3, "NUCER", 1);
         csc = series_compensator(*this, 3, 5, 1, 0.1, false, 9);
         phs = phase_shifter(*this, 4, 5, 2, 0.1, false);
-        rcb = add_row(s.rcb);
-        s.rcb.ICB(rcb) = 2;
-        s.rcb.IRCB(rcb) = 4;
+        rcb = remote(2, 4, 1.0);
         branch(3, 4, 0.01, 0.1, 0, 1.03);
-        tap = s.tap.NTAP;
-        s.branch.LTYPE(s.tap.NOTAP(tap)) = 3;
-        s.tap.KBUS(tap) = 4;
-        s.tap.TPMIN(tap) = 0.9;
-        s.tap.TPMAX(tap) = 1.1;
-        sca = add_row(s.sca);
-        s.sca.NBUSSCA(sca) = s.sca.KBUSSCA(sca) = 5;
-        s.sca.KONSCA(sca) = 1;
-        run.opt.set("CREM"_opt);
+        tap = control_tap(4, 1.0);
+        sca = put_row(s.sca, "NBUSSCA", 5, "KBUSSCA", 5, "KONSCA", 1);
         run.opt.set("CSCA"_opt);
         ready();
     }

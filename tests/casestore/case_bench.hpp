@@ -68,6 +68,16 @@ inline std::string wrong_chain(Records& r, std::vector<int> free_expected = {}) 
     return "";
 }
 
+/// A value at a byte of a record.
+template <class T>
+T at(Records& r, int record, int offset) {
+    char bytes[CASE_RECORD];
+    EXPECT_TRUE(r.read(record, bytes, CASE_RECORD));
+    T v;
+    std::memcpy(&v, bytes + offset, sizeof v);
+    return v;
+}
+
 /// The whole content of the records of case n, links left out; empty when there is no such case.
 inline std::string bytes_of_case(Records& r, int n) {
     const Reading scope(r);

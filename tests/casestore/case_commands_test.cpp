@@ -11,6 +11,7 @@
 #include "casestore/desk.hpp"
 #include "casestore/record_file.hpp"
 #include "casestore/stored_networks.hpp"
+#include "support/expect.hpp"
 #include "support/reference.hpp"
 
 namespace korvane::testing {
@@ -118,7 +119,7 @@ TEST(CaseCommands, TheListShowsEveryCaseAndHowFullTheFileIs) {
     for (const char* text :
          {"  4       ", "Three buses", " 17       ", "narrow case", "Capacidade do arquivo ..:    100",
           "Casos gravados .........:      2", "03/02/2001", "00.01.00"})
-        EXPECT_NE(page.find(text), std::string::npos) << text << '\n' << page;
+        EXPECT_TRUE(shows(page, text)) << text << '\n' << page;
 }
 
 TEST(CaseCommands, ANarrowCaseOfVersion63IsRefusedWhenItCannotHoldTheNetwork) {
@@ -269,7 +270,7 @@ FIM
 )");
     EXPECT_EQ(solved.status, 0) << solved.console();
     EXPECT_FALSE(solved.run.opt["QLIM"_opt]);
-    EXPECT_NE(solved.console().find("Controle QLIM desligado"), std::string::npos);
+    EXPECT_TRUE(shows(solved.console(), "Controle QLIM desligado"));
     EXPECT_EQ(solved.store().sol.CONVSTAT, 1);
     const std::string file = "CASO0001PRIORIDADE.SAV";
     ASSERT_TRUE(solved.dir.has(file));

@@ -2,20 +2,12 @@
 #include <gtest/gtest.h>
 
 #include "casestore/case_bench.hpp"
+#include "support/expect.hpp"
 
 namespace korvane {
 namespace {
 
 using namespace testing;
-
-template <class T>
-T at(Records& r, int record, int offset) {
-    char bytes[CASE_RECORD];
-    EXPECT_TRUE(r.read(record, bytes, CASE_RECORD));
-    T v;
-    std::memcpy(&v, bytes + offset, sizeof v);
-    return v;
-}
 
 const std::vector<double> DOUBLES = [] {
     std::vector<double> v(1000);
@@ -79,9 +71,7 @@ TEST(CaseStream, FieldsOfEachKindLieWhereTheFormatPutsThem) {
     EXPECT_EQ(at<int>(r, 2, 32), 7);
     EXPECT_EQ(at<int>(r, 2, 36), 200);
     EXPECT_EQ(at<std::uint64_t>(r, 2, 40), 0x6b6a67666362u);  // "bcfgjk"
-    EXPECT_EQ(at<double>(r, 2, 48), 1.5);
-    EXPECT_EQ(at<double>(r, 2, 56), 3.5);
-    EXPECT_EQ(at<char>(r, 2, 68), 'e');
+    EXPECT_EQ(these(at<double>(r, 2, 48), at<double>(r, 2, 56), at<char>(r, 2, 68)), these(1.5, 3.5, 'e'));
 
     MemoryRecords n(CASE_RECORD);
     make_file(n, 10);
@@ -89,10 +79,8 @@ TEST(CaseStream, FieldsOfEachKindLieWhereTheFormatPutsThem) {
     EXPECT_EQ(at<std::int16_t>(n, 2, 4), -1);
     EXPECT_EQ(at<std::int16_t>(n, 2, 6), std::int16_t(70000 - 65536));
     EXPECT_EQ(at<std::uint32_t>(n, 2, 12), 0x00ff00ffu);  // 4 + 6 rounded up to whole slots of 4
-    EXPECT_EQ(at<std::int16_t>(n, 2, 18), 200);
-    EXPECT_EQ(at<char>(n, 2, 25), 'k');
-    EXPECT_EQ(at<float>(n, 2, 32), 3.5f);
-    EXPECT_EQ(at<char>(n, 2, 40), 'e');
+    EXPECT_EQ(these(at<std::int16_t>(n, 2, 18), at<char>(n, 2, 25), at<float>(n, 2, 32), at<char>(n, 2, 40)),
+              these(200, 'k', 3.5f, 'e'));
 }
 
 TEST(CaseStream, ATextBreaksAtAnyByte) {
@@ -108,13 +96,9 @@ TEST(CaseStream, ATextBreaksAtAnyByte) {
     MemoryRecords r(CASE_RECORD);
     make_file(r, 10);
     ASSERT_TRUE(save_stream(r, 1, fields));
-    EXPECT_EQ(at<char>(r, 2, 2552), 'A');
-    EXPECT_EQ(at<char>(r, 2, 2559), 'H');
-    EXPECT_EQ(at<char>(r, 3, 8), 'I');
-    EXPECT_EQ(at<char>(r, 3, 11), 'L');
-    EXPECT_EQ(at<double>(r, 3, 16), 1.5);
-    EXPECT_EQ(at<char>(r, 3, 2559), 'h');
-    EXPECT_EQ(at<char>(r, 4, 8), 'z');
+    EXPECT_EQ(these(at<char>(r, 2, 2552), at<char>(r, 2, 2559), at<char>(r, 3, 8), at<char>(r, 3, 11),
+                    at<double>(r, 3, 16), at<char>(r, 3, 2559), at<char>(r, 4, 8)),
+              these('A', 'H', 'I', 'L', 1.5, 'h', 'z'));
     CaseReader in(r, Encoding::wide, 2, 4, 10);
     std::vector<double> v(318);
     std::string text(12, ' ');

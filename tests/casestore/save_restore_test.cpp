@@ -7,19 +7,11 @@
 #include "casestore/case_bench.hpp"
 #include "casestore/casestore.hpp"
 #include "casestore/stored_networks.hpp"
+#include "support/expect.hpp"
 #include "support/reference.hpp"
 
 namespace korvane::testing {
 namespace {
-
-template <class T>
-T at(Records& r, int record, int offset) {
-    char bytes[CASE_RECORD];
-    EXPECT_TRUE(r.read(record, bytes, CASE_RECORD));
-    T v;
-    std::memcpy(&v, bytes + offset, sizeof v);
-    return v;
-}
 
 /// Two runs: one saves, the other restores, with another network in memory meanwhile.
 struct Two {
@@ -177,10 +169,8 @@ TEST(SaveRestore, TheHeadLiesWhereTheFormatPutsIt) {
     s.comment.length = 80;
     ASSERT_EQ(two.save(), 0);
     Records& r = two.records;
-    EXPECT_EQ(at<char>(r, 2, 8), 'A');
-    EXPECT_EQ(at<char>(r, 2, 87), ' ');
-    EXPECT_EQ(at<int>(r, 2, 88), 1);
-    EXPECT_EQ(at<int>(r, 2, 92), 78);
+    EXPECT_EQ(these(at<char>(r, 2, 8), at<char>(r, 2, 87), at<int>(r, 2, 88), at<int>(r, 2, 92)),
+              these('A', ' ', 1, 78));
     char line[80];
     char record[CASE_RECORD];
     r.read(2, record, CASE_RECORD);
@@ -215,10 +205,9 @@ TEST(SaveRestore, TheHeadLiesWhereTheFormatPutsIt) {
     EXPECT_EQ(at<std::int16_t>(r, 2, 86), 63);
     EXPECT_EQ(at<float>(r, 2, 1692), float(run.cte.TEPA));
     EXPECT_EQ(at<std::int16_t>(r, 2, 1932 + 2 * 11), s.bus.NB);  // 1692 + 60 x 4
-    EXPECT_EQ(at<std::int16_t>(r, 2, 1932 + 2 * 35), 96);
-    EXPECT_EQ(at<char>(r, 2, 2132 + 59) & 1, 1);
-    EXPECT_EQ(at<char>(r, 2, 2228 + 120) & 1, 1);
-    EXPECT_EQ(at<float>(r, 2, 2420), float(s.bus.VOLT(1)));
+    EXPECT_EQ(these(at<std::int16_t>(r, 2, 1932 + 2 * 35), at<char>(r, 2, 2132 + 59) & 1,
+                    at<char>(r, 2, 2228 + 120) & 1, at<float>(r, 2, 2420)),
+              these(96, 1, 1, float(s.bus.VOLT(1))));
     ASSERT_EQ(two.restore(), 0);
     EXPECT_TRUE(two.b.run.ctl.KNTRL[107] && !two.b.run.ctl.KNTRL[60]);
     EXPECT_TRUE(two.b.run.opt.OPTDEF[192] && !two.b.run.opt.OPTDEF[121]);

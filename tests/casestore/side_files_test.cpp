@@ -8,7 +8,9 @@
 
 #include "casestore/desk.hpp"
 #include "casestore/side_files.hpp"
+#include "support/expect.hpp"
 #include "support/reference.hpp"
+#include "support/rows.hpp"
 
 namespace korvane::testing {
 namespace {
@@ -87,6 +89,17 @@ void expect_round_trip(const std::string& blocks, const char* write, const char*
     expect_same_solution(out.store(), again.run.store);
 }
 
+/// The network of a run in the form of a file.
+struct Streamed {
+    SideHead head;
+    SideWriter stream;
+};
+Streamed streamed(korvane::Run& run, SideForm form) {
+    Streamed s;
+    EXPECT_EQ(network_to_side(run, form, s.head, s.stream).message, 0);
+    return s;
+}
+
 TEST(SideFiles, ANetworkComesBackAsItWasSolved) {
     constexpr const char *MODEL = "ARQV PECO INIC\nSIM\nARQV PECO GRAV\n 7\n", *FROM_MODEL = "ARQV PECO REST\n 7\n";
     expect_round_trip(NETWORK, MODEL, FROM_MODEL);
@@ -104,9 +117,7 @@ TEST(SideFiles, WhatTheStreamHoldsOfEveryElement) {
     Session n(std::string(NETWORK) + "FIM\n");
     ASSERT_EQ(n.status, 0) << n.messages();
     for (const SideForm form : {SideForm::model, SideForm::flow}) {
-        SideHead head;
-        SideWriter stream;
-        ASSERT_EQ(network_to_side(n.run, form, head, stream).message, 0);
+        auto [head, stream] = streamed(n.run, form);
         EXPECT_EQ(head.rows, form == SideForm::model ? 15 : 6);
         EXPECT_EQ(head_bytes(head, form).size(), std::size_t(SIDE_HEAD_BYTES));
         Session back;
@@ -123,10 +134,7 @@ TEST(SideFiles, WhatTheStreamHoldsOfEveryElement) {
             ADD_FAILURE() << from << '-' << to;
             return 0;
         };
-        EXPECT_EQ(s.bus.NB, 6);
-        EXPECT_EQ(s.branch.NL, 6);
-        EXPECT_EQ(s.area.NAREA, 2);
-        EXPECT_EQ(s.slk.NSLK, 2);
+        EXPECT_EQ(these(s.bus.NB, s.branch.NL, s.area.NAREA, s.slk.NSLK), these(6, 6, 2, 2));
         ASSERT_EQ(s.rcb.NRCB, 1);
         EXPECT_EQ(s.bus.NOINT(s.rcb.IRCB(1)), 5);
         const int line = branch(2, 5, 1), tapped = branch(2, 5, 2), shifted = branch(12, 10, 1);
@@ -134,19 +142,15 @@ TEST(SideFiles, WhatTheStreamHoldsOfEveryElement) {
         EXPECT_NEAR(s.branch.BC(line), 0.02, 1e-8);
         EXPECT_EQ(s.branch.CAPAC(line), 80);
         EXPECT_EQ(s.branch.CAPAE(line), 120);
-        EXPECT_EQ(s.branch.CAPAC(tapped), INFINITE_RATING);
-        EXPECT_EQ(s.branch.LTYPE(tapped), 3);
-        EXPECT_EQ(s.branch.LTYPE(shifted), 2);
-        EXPECT_EQ(s.branch.LTYPE(branch(7, 5, 1)), 1);
+        EXPECT_EQ(these(s.branch.CAPAC(tapped), s.branch.LTYPE(tapped), s.branch.LTYPE(shifted),
+                        s.branch.LTYPE(branch(7, 5, 1))),
+                  these(INFINITE_RATING, 3, 2, 1));
         EXPECT_TRUE(s.branch.OWNER(branch(5, 15, 1)) == false);  // the card has it the other way round, owned there
         ASSERT_EQ(s.phs.NPHS, 1);
         EXPECT_NEAR(s.phs.PHS(1) * DEGREES, 3, 1e-5);
         EXPECT_NEAR(1 / s.tap.TAP(s.phs.NOPHS(1)), 1.03, 1e-6);
         ASSERT_EQ(s.fld.NFLD, 1);
-        EXPECT_EQ(s.fld.IPFLA(1), 30);
-        EXPECT_EQ(s.fld.IPFLB(1), 20);
-        EXPECT_EQ(s.fld.IQFLA(1), 10);
-        EXPECT_EQ(s.fld.IQFLB(1), 60);
+        EXPECT_EQ(these(s.fld.IPFLA(1), s.fld.IPFLB(1), s.fld.IQFLA(1), s.fld.IQFLB(1)), these(30, 20, 10, 60));
         EXPECT_EQ(s.sht.NSHT, 2);  // one of them of the injection
     }
 }
@@ -157,9 +161,7 @@ TEST(SideFiles, Commands) {
     d.session.feed(NETWORK);
     const auto load = [&] {
         Session n(std::string(NETWORK) + "FIM\n");
-        SideHead head;
-        SideWriter stream;
-        network_to_side(n.run, SideForm::model, head, stream);
+        auto [head, stream] = streamed(n.run, SideForm::model);
         SideReader in({stream.words().begin(), stream.words().end()});
         network_from_side(d.run, SideForm::model, head, in);
         d.run.store.sol.CONVSTAT = 1;
@@ -196,8 +198,7 @@ TEST(SideFiles, Commands) {
         options.push_back("IMPR"_opt);
         EXPECT_EQ(d.arqv(options, row.lines), row.messages) << row.lines;
         if (row.options[0].index == ("LIST"_opt).index)
-            EXPECT_EQ(d.session.os.output.find("Casos gravados .........:      1") != std::string::npos,
-                      *row.messages == '\0');
+            EXPECT_EQ(bool(shows(d.session.os.output, "Casos gravados .........:      1")), *row.messages == '\0');
     }
     // Each case takes as many records as it needs, until there are none.
     load();
@@ -235,9 +236,7 @@ TEST(SideFiles, Commands) {
 
 TEST(SideFiles, BytesOfAModelFile) {
     Session n(std::string(NETWORK) + "FIM\n");
-    SideHead head;
-    SideWriter stream;
-    ASSERT_EQ(network_to_side(n.run, SideForm::model, head, stream).message, 0);
+    auto [head, stream] = streamed(n.run, SideForm::model);
     MemoryRecords r(SIDE_RECORD);
     ASSERT_TRUE(format_model(r));
     ModelDirectory d;
@@ -250,9 +249,7 @@ TEST(SideFiles, BytesOfAModelFile) {
         return v;
     };
     const auto real = [&](int record, int at) { return std::bit_cast<float>(word(record, at)); };
-    EXPECT_EQ(word(1, 2), 2);
-    EXPECT_EQ(word(139, 1), 140);
-    EXPECT_EQ(word(140, 1), 0);
+    EXPECT_EQ(these(word(1, 2), word(139, 1), word(140, 1)), these(2, 140, 0));
     ASSERT_EQ(save_model(r, d, 5, false, head, stream).message, 0);
     const int records = d.count(5);
     EXPECT_EQ(word(1, 2), 2 + records);  // head of the free chain
@@ -281,9 +278,7 @@ TEST(SideFiles, BytesOfAModelFile) {
 TEST(SideFiles, Damaged) {
     Session n(std::string(NETWORK) + "FIM\n");
     for (const SideForm form : {SideForm::model, SideForm::flow}) {
-        SideHead head;
-        SideWriter stream;
-        ASSERT_EQ(network_to_side(n.run, form, head, stream).message, 0);
+        auto [head, stream] = streamed(n.run, form);
         Session back;
         korvane::Run& run = back.start().run;
         std::mt19937 random(7);
@@ -326,31 +321,17 @@ TEST(SideFiles, Links) {
         s.ldc.NAMLNK(link) = "ELO";
         for (int end = 0; end < 2; ++end) {
             const int b = add_row(s.dcb), c = add_row(s.cnv);
-            s.dcb.NDCINT(b) = b;
-            s.dcb.IPOLE(b) = end ? 1 : 2;
-            s.dcb.LINKDC(b) = link;
-            s.dcb.NDGLT(b) = 1;
-            s.cnv.NCVINT(c) = c;
-            s.cnv.INTBUS(c) = bus_of(s, end ? 12 : 7);
-            s.cnv.NDCBUS(c) = b;
-            s.cnv.NPCNV(c) = 4;
-            s.cnv.VVSCNV(c) = 127.4;
-            s.cnv.CTAP(c) = 0.95;
-            s.cnv.DL(c) = 0.3;
-            s.cnv.DMX(c) = 1.2;
+            set_row(s.dcb, b, "NDCINT", b, "IPOLE", end ? 1 : 2, "LINKDC", link, "NDGLT", 1);
+            set_row(s.cnv, c, "NCVINT", c, "INTBUS", bus_of(s, end ? 12 : 7), "NDCBUS", b, "NPCNV", 4, "VVSCNV", 127.4,
+                    "CTAP", 0.95, "DL", 0.3, "DMX", 1.2);
         }
-        const int l = add_row(s.dcl);
-        s.dcl.NDCFR(l) = 2 * link - 1;
-        s.dcl.NDCTO(l) = 2 * link;
-        s.dcl.DRL(l) = 5.5;
+        put_row(s.dcl, "NDCFR", 2 * link - 1, "NDCTO", 2 * link, "DRL", 5.5);
     }
     rebuild_addresses(n.run);
     ASSERT_EQ(s.trm.NTRM, 2);
     for (int t : rows(2)) s.trm.PLDC(t) = s.bus.NOINT(s.trm.NOLDC(t)) == 7 ? 0.2 : -0.19, s.trm.QLDC(t) = 0.1;
     for (const SideForm form : {SideForm::model, SideForm::flow}) {
-        SideHead head;
-        SideWriter stream;
-        ASSERT_EQ(network_to_side(n.run, form, head, stream).message, 0);
+        auto [head, stream] = streamed(n.run, form);
         Session back;
         korvane::Run& run = back.start().run;
         SideReader in({stream.words().begin(), stream.words().end()});
@@ -401,9 +382,7 @@ TEST(SideFiles, Links) {
 
 TEST(SideFiles, HeadsThatAskForTooMuch) {
     Session n(std::string(NETWORK) + "FIM\n");
-    SideHead sound;
-    SideWriter stream;
-    ASSERT_EQ(network_to_side(n.run, SideForm::model, sound, stream).message, 0);
+    auto [sound, stream] = streamed(n.run, SideForm::model);
     struct Row {
         int SideHead::*field;
         int value, message;
@@ -423,9 +402,7 @@ TEST(SideFiles, HeadsThatAskForTooMuch) {
 // The two slacks stand in front of the six columns of the loads.
 TEST(SideFiles, SlacksThatAreNotThere) {
     Session n(std::string(NETWORK) + "FIM\n");
-    SideHead head;
-    SideWriter stream;
-    ASSERT_EQ(network_to_side(n.run, SideForm::model, head, stream).message, 0);
+    auto [head, stream] = streamed(n.run, SideForm::model);
     for (const auto& [second, message] : {std::pair{10u, 0}, std::pair{9u, 230}, std::pair{2u, 240}}) {
         std::vector<std::uint32_t> words(stream.words().begin(), stream.words().end());
         words[words.size() - 1 - std::size_t(6 * head.rows)] = 2u | second << 16;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -11,8 +12,12 @@
 #include <random>
 #include <string>
 
+#include "support/text_table.hpp"
+
 namespace korvane {
 namespace {
+
+using testing::table_of;
 
 std::string fixed(int width, int decimals, double v) {
     std::string s(std::size_t(width), '?');
@@ -191,31 +196,15 @@ TEST(Decimal, ReadsWhatTheLibraryReads) {
 }
 
 TEST(Decimal, ReadingTakesFormsOfFormattedReads) {
-    const struct {
-        const char* text;
-        int implied;
-        double v;
-    } good[] = {{"", 2, 0},
-                {"     ", 2, 0},
-                {" 12 ", 0, 12},
-                {" 1 2", 0, 12},
-                {"1045", 3, 1.045},
-                {"1.045", 3, 1.045},
-                {"1045.", 3, 1045},
-                {"-.5", 3, -0.5},
-                {"1+5", 0, 1e5},
-                {"1.5-3", 2, 1.5e-3},
-                {"12E3", 2, 120},
-                {"12D+3", 0, 12000},
-                {"+3", 0, 3},
-                {"0E999999999999", 0, 0},
-                {"1 E 2", 0, 100},
-                {"4.9E-324", 0, 4.9e-324},
-                {"1.7976931348623157E308", 0, 1.7976931348623157e308}};
-    for (const auto& c : good) {
+    // The columns, "_" for a blank and '' for none, implied decimals, and the value.
+    for (auto c : table_of(R"(
+        '' 2 0; _____ 2 0; _12_ 0 12; _1_2 0 12; 1045 3 1.045; 1.045 3 1.045; 1045. 3 1045; -.5 3 -0.5; 1+5 0 1e5
+        1.5-3 2 1.5e-3; 12E3 2 120; 12D+3 0 12000; +3 0 3; 0E999999999999 0 0; 1_E_2 0 100; 4.9E-324 0 4.9e-324
+        1.7976931348623157E308 0 1.7976931348623157e308)")) {
+        std::replace(c.at(0).begin(), c[0].end(), '_', ' ');
         double v = -1;
-        EXPECT_TRUE(get_real(c.text, c.implied, v)) << c.text;
-        EXPECT_EQ(v, c.v) << c.text;
+        EXPECT_TRUE(get_real(c[0] == "''" ? "" : c[0], std::stoi(c[1]), v)) << c[0];
+        EXPECT_EQ(v, std::strtod(c[2].c_str(), nullptr)) << c[0];
     }
     for (std::string_view bad :
          {"-",     "+",    ".",    "E5",  "-.",  "1E",  "1E+",   "1+",     "1..2",   "1.2.3", "--1", "1-+2",
@@ -230,91 +219,33 @@ TEST(Decimal, ReadingTakesFormsOfFormattedReads) {
 }
 
 TEST(Decimal, ReadingIntegers) {
-    const struct {
-        const char* text;
-        bool good;
-        int v;
-    } cases[] = {{"", true, 0},
-                 {"   ", true, 0},
-                 {" 12", true, 12},
-                 {"1 2 ", true, 12},
-                 {"-7", true, -7},
-                 {"+7", true, 7},
-                 {"2147483647", true, 2147483647},
-                 {"2147483648", false, 0},
-                 {"-2147483648", true, -2147483647 - 1},
-                 {"-2147483649", false, 0},
-                 {"99999999999999999999999", false, 0},
-                 {"1.", false, 0},
-                 {"-", false, 0},
-                 {"1-", false, 0},
-                 {"A", false, 0},
-                 {"1E2", false, 0},
-                 {"0007", true, 7}};
-    for (const auto& c : cases) {
+    const auto read = [](std::string_view text) {
         int v = 0;
-        EXPECT_EQ(get_integer(c.text, v), c.good) << c.text;
-        EXPECT_TRUE(!c.good || v == c.v) << c.text;
+        return get_integer(text, v) ? std::to_string(v) : "bad";
+    };
+    for (auto c : table_of(R"(
+        ___ 0; _12 12; 1_2_ 12; -7 -7; +7 7; 0007 7; 2147483647 2147483647; 2147483648 bad; -2147483648 -2147483648
+        -2147483649 bad; 99999999999999999999999 bad; 1. bad; - bad; 1- bad; A bad; 1E2 bad)")) {
+        std::replace(c.at(0).begin(), c[0].end(), '_', ' ');
+        EXPECT_EQ(read(c[0]), c[1]) << c[0];
     }
+    EXPECT_EQ(read(""), "0");
 }
 
+// A number, the columns of its field, and the field, "_" for a blank. Seven digits count, rounded half up.
 TEST(Putreal, FormsByHand) {
-    const struct {
-        double v;
-        int n;
-        const char* field;
-    } cases[] = {
-        {0, 5, "   0."},
-        {-0.5, 5, "  -.5"},
-        {0.5, 5, "   .5"},
-        {1, 5, "   1."},
-        {-1, 5, "  -1."},
-        {1.5, 2, "2."},
-        {123.456, 5, "123.5"},
-        {123.456, 8, " 123.456"},
-        {-123.456, 5, "-123."},
-        {-123.456, 4, "-123"},
-        {12345, 5, "12345"},
-        {99999, 5, "99999"},
-        {-9999, 5, "-9999"},
-        {12345.6, 5, "12346"},
-        {1234567, 7, "1234567"},
-        {1234567, 8, "1234567."},
-        {123456789, 12, "  123456800."},  // seven digits, then zeros
-        {123456.789, 5, "123E3"},
-        {-123456.789, 5, "-12E4"},
-        {123456.789, 3, "1E5"},
-        {123456.789, 2, "**"},
-        {1e5, 5, "  1E5"},
-        {1e15, 5, " 1E15"},
-        {1.5e10, 6, "  15E9"},
-        {1e100, 4, "****"},
-        {99999.6, 5, "  1E5"},
-        {99999.6, 6, "100000"},
-        {0.99996, 5, "   1."},
-        {9.9996, 5, "  10."},
-        {1.0005, 5, "1.001"},  // half up on seven digits
-        {0.05, 5, "  .05"},
-        {-0.05, 5, " -.05"},
-        {0.0123, 5, ".0123"},
-        {0.00123, 5, ".0012"},
-        {0.000123, 5, "12E-5"},
-        {0.000123, 6, "123E-6"},
-        {0.000123, 8, " .000123"},
-        {1e-5, 5, " 1E-5"},
-        {1e-6, 6, "  1E-6"},
-        {1.25e-12, 9, "  125E-14"},
-        {1.25e-12, 4, "  0."},
-        {1e-5, 3, " 0."},
-        {-1e-5, 4, "  0."},
-        {-0.05, 4, "-.05"},
-        {-0.5, 2, "0."},
-        {0.5, 1, "0"},
-        {5e-324, 8, "494E-326"},
-        {1.7976931348623157e308, 8, "1798E305"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(short_real(c.v, c.n), c.field) << c.v << " in " << c.n;
+    for (const auto& c : table_of(R"(
+        0 5 ___0.; -0.5 5 __-.5; 0.5 5 ___.5; 1 5 ___1.; -1 5 __-1.; 1.5 2 2.; 123.456 5 123.5; 123.456 8 _123.456
+        -123.456 5 -123.; -123.456 4 -123; 12345 5 12345; 99999 5 99999; -9999 5 -9999; 12345.6 5 12346
+        1234567 7 1234567; 1234567 8 1234567.; 123456789 12 __123456800.; 123456.789 5 123E3; -123456.789 5 -12E4
+        123456.789 3 1E5; 123456.789 2 **; 1e5 5 __1E5; 1e15 5 _1E15; 1.5e10 6 __15E9; 1e100 4 ****; 99999.6 5 __1E5
+        99999.6 6 100000; 0.99996 5 ___1.; 9.9996 5 __10.; 1.0005 5 1.001; 0.05 5 __.05; -0.05 5 _-.05; 0.0123 5 .0123
+        0.00123 5 .0012; 0.000123 5 12E-5; 0.000123 6 123E-6; 0.000123 8 _.000123; 1e-5 5 _1E-5; 1e-6 6 __1E-6
+        1.25e-12 9 __125E-14; 1.25e-12 4 __0.; 1e-5 3 _0.; -1e-5 4 __0.; -0.05 4 -.05; -0.5 2 0.; 0.5 1 0
+        5e-324 8 494E-326; 1.7976931348623157e308 8 1798E305)")) {
+        std::string field = c.at(2);
+        std::replace(field.begin(), field.end(), '_', ' ');
+        EXPECT_EQ(short_real(std::strtod(c[0].c_str(), nullptr), std::stoi(c[1])), field) << c[0] << " in " << c[1];
     }
     for (double v : {std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
                      std::numeric_limits<double>::quiet_NaN()})

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "support/text_table.hpp"
+
 namespace korvane {
 namespace {
 
@@ -73,50 +75,13 @@ TEST(FormatRow, Prints) {
 }
 
 TEST(FormatRow, RowsInErrorPrintAsTheirText) {
-    const std::string deep(12, '('), shallow(12, ')');
-    const std::string rows[] = {"Inclusão",
-                                "I5",
-                                "(",
-                                "(I5",
-                                "(I5))",
-                                "(I5) x",
-                                "(I5,)",
-                                "(,I5)",
-                                "(I5,,I5)",
-                                "(I5 I5)",
-                                "(I)",
-                                "(I0)",
-                                "(F5)",
-                                "(F5.)",
-                                "(E5.0)",
-                                "(E10)",
-                                "(I3.4)",
-                                "(T)",
-                                "(T0)",
-                                "(2T5)",
-                                "(0I5)",
-                                "(0X)",
-                                "('abc)",
-                                "(\"abc')",
-                                "(2'abc')",
-                                "(5HABCDE)",
-                                "(G10.3)",
-                                "(L1)",
-                                "(I5:I5)",
-                                "(1P,E10.3)",
-                                "(-5X)",
-                                "(I-5)",
-                                deep + "I5" + shallow,
-                                "(999999(999999X))",
-                                "(1000(1000X))",
-                                "(500(500(I1)))",
-                                "(100(100/))",
-                                "(600X,600X)",
-                                "(I1001)",
-                                "(99999999999999999999I5)",
-                                std::string("(I5\0)", 5),
-                                "(A\xE3)",
-                                "(T1001)"};
+    std::vector<std::string> rows = testing::entries_of(R"row(
+        Inclusão; I5; (; (I5; (I5)); (I5) x; (I5,); (,I5); (I5,,I5); (I5 I5); (I); (I0); (F5); (F5.); (E5.0); (E10)
+        (I3.4); (T); (T0); (2T5); (0I5); (0X); ('abc); ("abc'); (2'abc'); (5HABCDE); (G10.3); (L1); (I5:I5)
+        (1P,E10.3); (-5X); (I-5); (999999(999999X)); (1000(1000X)); (500(500(I1))); (100(100/)); (600X,600X); (I1001)
+        (99999999999999999999I5); (T1001))row");
+    ASSERT_EQ(rows.size(), 40u);
+    rows.insert(rows.end(), {std::string(12, '(') + "I5" + std::string(12, ')'), {"(I5\0)", 5}, "(A\xE3)"});
     for (const std::string& text : rows) {
         const FormatRow row(text);
         EXPECT_NE(row.error(), "") << text;

@@ -2,11 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <set>
 
 #include "app/code_table.hpp"
 #include "frame/run.hpp"
+#include "support/expect.hpp"
 #include "support/fixture.hpp"
+#include "support/text_table.hpp"
 
 namespace korvane::testing {
 namespace {
@@ -60,7 +61,7 @@ TEST(CodeLine, IsReadOrRefusedByItsColumns) {
         EXPECT_EQ(SELKOD(s.run), c.code) << c.deck;
         MSGOUT(s.run);
         EXPECT_EQ(s.numbers("SELKOD"), c.messages) << c.deck;
-        EXPECT_EQ(s.console().find(std::string(81, '-')), std::string::npos) << "the screen has 80 columns";
+        EXPECT_FALSE(shows(s.console(), std::string(81, '-'))) << "the screen has 80 columns";
     }
 }
 
@@ -166,58 +167,34 @@ TEST(Refusals, WithoutDataEveryCodeSaysWhatItMisses) {
     EXPECT_EQ(s.run.ctl.NEXT, 1307) << "the last refusal";
 }
 
+// A code line, "@" before what has been done, the method of the solution (ITSOL) and the last code (ILAST).
 TEST(Refusals, ComeInTheOrderOfTheNeeds) {
-    struct Case {
-        std::string line;
-        std::set<int> done;
-        std::string outcome;
-        int itsol = 0, last = 0;
-    };
-    const Case cases[] = {
-        {"EXLF", {1}, "EXLF 162"},
-        {"EXLF", {1, 13, 2}, "EXLF 161"},
-        {"EXLF", {1, 13}, "EXLF 161"},
-        {"DBAR WSCC", {}, "DBAR 7010"},
-        {"DLIN WSCC", {}, "DLIN 20"},
-        {"DARE WSCC", {1}, "DARE 7010"},
-        {"SERV JUMP AREA", {}, "SERV 7020"},
-        {"DCBA", {1}, "DCBA 130"},
-        {"EXCT", {8}, "EXCT 181"},
-        {"EXCT", {8, 16}, "EXCT 180", 1},
-        {"EXCT LFDC", {8, 16}, "EXCT 7000", 1},
-        {"EXEQ", {16}, "EXEQ 170", 2},
-        {"EXEQ", {16}, "EXEQ 7000"},
-        {"DANC BPSI", {1}, "DANC 1302"},
-        {"EXIC", {1}, "EXIC 632"},
-        {"EXIC", {1, 13}, "EXIC 631"},
-        {"EXIC PVCT", {1, 2}, "EXIC 1303"},
-        {"EXIC PVCT", {1, 8, 13, 48}, "EXIC 7000"},
-        {"EXCG", {1}, "EXCG 162"},
-        {"EXAR", {1}, "EXAR 1085"},
-        {"DTGR", {1}, "DTGR 1252"},
-        {"EXRS", {1}, "EXRS 1281"},
-        {"EXRS", {1, 129}, "EXRS 1309", 0, 1},
-        {"EXRS", {1, 129}, "EXRS 7000", 0, 129},
-        {"EXRS ELIM", {}, "EXRS 7000"},
-        {"EXMT", {133}, "EXMT 1308", 0, 2},
-        {"EXMT", {133}, "EXMT 7000", 0, 134},
-        {"EXPL", {}, "EXPL 7000"},
-        {"DGEQ", {}, "DGEQ 7000"},
-        {"DGLI", {67}, "DGLI 680"},
-        {"DGMO", {34}, "DGMO 730"},
-        {"DGSL", {21}, "DGSL 740"},
-        {"DGCV", {15}, "DGCV 830"},
-        {"EXQV", {1}, "EXQV 842"},
-        {"EXQV", {1, 13}, "EXQV 841"},
-        {"EXOT", {1}, "EXOT"},
-    };
     Console s;
-    for (const Case& c : cases) {
+    for (const auto& [given, outcome] : cases_of(R"(
+        EXLF @1 -> EXLF 162; EXLF @1 @13 @2 -> EXLF 161; EXLF @1 @13 -> EXLF 161; DBAR WSCC -> DBAR 7010
+        DLIN WSCC -> DLIN 20; DARE WSCC @1 -> DARE 7010; SERV JUMP AREA -> SERV 7020; DCBA @1 -> DCBA 130
+        EXCT @8 -> EXCT 181; EXCT @8 @16 itsol1 -> EXCT 180; EXCT LFDC @8 @16 itsol1 -> EXCT 7000
+        EXEQ @16 itsol2 -> EXEQ 170; EXEQ @16 -> EXEQ 7000; DANC BPSI @1 -> DANC 1302; EXIC @1 -> EXIC 632
+        EXIC @1 @13 -> EXIC 631; EXIC PVCT @1 @2 -> EXIC 1303; EXIC PVCT @1 @8 @13 @48 -> EXIC 7000
+        EXCG @1 -> EXCG 162; EXAR @1 -> EXAR 1085; DTGR @1 -> DTGR 1252; EXRS @1 -> EXRS 1281
+        EXRS @1 @129 last1 -> EXRS 1309; EXRS @1 @129 last129 -> EXRS 7000; EXRS ELIM -> EXRS 7000
+        EXMT @133 last2 -> EXMT 1308; EXMT @133 last134 -> EXMT 7000; EXPL -> EXPL 7000; DGEQ -> DGEQ 7000
+        DGLI @67 -> DGLI 680; DGMO @34 -> DGMO 730; DGSL @21 -> DGSL 740; DGCV @15 -> DGCV 830; EXQV @1 -> EXQV 842
+        EXQV @1 @13 -> EXQV 841; EXOT @1 -> EXOT)")) {
+        std::string line;
         s.run.ctl.KNTRL.reset();
-        for (int slot : c.done) s.run.ctl.KNTRL.set(std::size_t(slot));
-        s.run.store.sol.ITSOL = c.itsol;
-        s.run.ctl.ILAST = c.last;
-        EXPECT_EQ(s.type(c.line + "\n"), (Codes{c.outcome, "FIM"})) << c.line << ' ' << c.done.size();
+        s.run.store.sol.ITSOL = s.run.ctl.ILAST = 0;
+        std::istringstream words(given);
+        for (std::string word; words >> word;)
+            if (word[0] == '@')
+                s.run.ctl.KNTRL.set(std::stoul(word.substr(1)));
+            else if (word.starts_with("itsol"))
+                s.run.store.sol.ITSOL = std::stoi(word.substr(5));
+            else if (word.starts_with("last"))
+                s.run.ctl.ILAST = std::stoi(word.substr(4));
+            else
+                line += (line.empty() ? "" : " ") + word;
+        EXPECT_EQ(s.type(line + "\n"), (Codes{outcome, "FIM"})) << given;
     }
 }
 
@@ -332,7 +309,7 @@ TEST(Console, RedirectedInputHasNeitherPromptsNorHistory) {
     Session s("VISO\n\nEXT0\n\nFIM\n", {.via = Via::standard_input});
     EXPECT_EQ(codes_run(s.run), (Codes{"VISO", "EXT0", "FIM"}));
     EXPECT_TRUE(s.run.ctl.history.empty());
-    EXPECT_EQ(s.console().find("Código>"), std::string::npos);
+    EXPECT_FALSE(shows(s.console(), "Código>"));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/run.hpp"
+#include "support/expect.hpp"
 #include "support/fixture.hpp"
 
 namespace korvane::testing {
@@ -153,7 +154,7 @@ TEST(Messages, AStreamTellsItsLineAndItsFile) {
     ASSERT_TRUE(read_line(s.run, line) && read_line(s.run, line));
     MSGPUT(s.run, "INPBUS", 310);
     MSGOUT(s.run);
-    EXPECT_NE(s.console().find("Linha        2 do arquivo deck.dat ***"), std::string::npos) << s.console();
+    EXPECT_TRUE(shows(s.console(), "Linha        2 do arquivo deck.dat ***"));
     ASSERT_TRUE(read_line(s.run, line));
     EXPECT_EQ(line, "third") << "input goes on where it was";
 }

@@ -5,6 +5,7 @@
 
 #include "frame/decimal.hpp"
 #include "frame/run.hpp"
+#include "support/expect.hpp"
 #include "support/fixture.hpp"
 
 namespace korvane::testing {
@@ -54,7 +55,7 @@ TEST(DefaultOptions, AreSetAndClearedByTheirState) {
 TEST(DefaultOptions, TheEchoMarksWhatIsWrong) {
     Block s("IMPR X FLAT   ZZZZ D\n99999\n");
     INPOPT(s.run);
-    EXPECT_NE(s.console().find("IMPR ? FLAT L ???? D"), std::string::npos) << s.console();
+    EXPECT_TRUE(shows(s.console(), "IMPR ? FLAT L ???? D"));
 }
 
 // --- DCTE
@@ -93,36 +94,13 @@ TEST(Constants, DefaultsInInternalUnits) {
     Session s;
     const Constants& c = s.start().run.cte;
     const double single = 0.01f;
-    const std::tuple<const char*, double, double> cases[] = {
-        {"BASE", c.BASE, 100},
-        {"RBASE", c.RBASE, 0.01},
-        {"TEPA", c.TEPA, 0.001},
-        {"TETP", c.TETP, 0.05},
-        {"QLST", c.QLST, 0.004},
-        {"TSBZ", c.TSBZ, 0.0001},
-        {"TLVC", c.TLVC, 0.5 * single},
-        {"CSTP", c.CSTP, 5 * single},
-        {"VFLD", c.VFLD, 70 * single},
-        {"FGHT", c.FGHT, 0.01 * single},
-        {"XGHT", c.XGHT, 0},
-        {"ZMAX", c.ZMAX, 1 / (25 * 1e4 * single * single)},
-        {"ZMIN", c.ZMIN, 0.001},
-        {"VDVN", c.VDVN, 0.4},
-        {"VDVM", c.VDVM, 2.0},
-        {"ASTP", c.ASTP, 0.05},
-        {"ASDC", c.ASDC, std::numbers::pi / 180},
-        {"VMVF", c.VMVF, 0.15},
-        {"TRPT", c.TRPT, 1},
-        {"TLMF", c.TLMF, 0},
-        {"LFPO", c.LFPO, 0.001},
-        {"LPRT", double(c.LPRT), 60},
-        {"LCRT", double(c.LCRT), 24},
-        {"ACIT", double(c.ACIT), 30},
-        {"ICIT", double(c.ICIT), 9999},
-        {"TSTP", double(c.TSTP), 33},
-        {"NDIRI", double(c.NDIRI), 20},
-    };
-    for (const auto& [name, value, expected] : cases) EXPECT_NEAR(value, expected, 1e-15 * std::abs(expected)) << name;
+    EXPECT_EQ(nearly(c.BASE, c.RBASE, c.TEPA, c.TETP, c.QLST, c.TSBZ, c.TLVC, c.CSTP, c.VFLD),
+              nearly(100, 0.01, 0.001, 0.05, 0.004, 0.0001, 0.5 * single, 5 * single, 70 * single));
+    EXPECT_EQ(nearly(c.FGHT, c.XGHT, c.ZMAX, c.ZMIN, c.VDVN, c.VDVM, c.ASTP, c.ASDC, c.VMVF),
+              nearly(0.01 * single, 0, 1 / (25 * 1e4 * single * single), 0.001, 0.4, 2.0, 0.05, std::numbers::pi / 180,
+                     0.15));
+    EXPECT_EQ(nearly(c.TRPT, c.TLMF, c.LFPO, c.LPRT, c.LCRT, c.ACIT, c.ICIT, c.TSTP, c.NDIRI),
+              nearly(1, 0, 0.001, 60, 24, 30, 9999, 33, 20));
 }
 
 struct ConstantCase {
@@ -188,7 +166,7 @@ TEST(Constants, AWrongEntryLeavesItsOldValueAndTheOthersApply) {
         INPCTE(s.run);
         EXPECT_EQ(s.numbers("INPCTE"), c.messages) << c.cards;
         EXPECT_NEAR(s.run.cte.TEPA, c.tepa / 100, 1e-15) << c.cards;
-        EXPECT_NE(s.console().find(c.echo), std::string::npos) << s.console();
+        EXPECT_TRUE(shows(s.console(), c.echo));
     }
     Block unfinished("TEPA 5\n");
     INPCTE(unfinished.run);
@@ -212,10 +190,8 @@ TEST(Constants, RatingsAreScaledButNotThoseThatAreNone) {
         auto& scaled = emergency ? b.CAPAE : b.CAPAC;
         auto& kept = emergency ? b.CAPAC : b.CAPAE;
         EXPECT_NEAR(scaled(1), 90, 1e-5);  // 0.01 in single precision
-        EXPECT_EQ((emergency ? b.KAPAE : b.KAPAC)(1), 90);
-        EXPECT_EQ(scaled(2), NO_RATING);
-        EXPECT_EQ(scaled(3), INFINITE_RATING);
-        EXPECT_EQ(kept(1), 100);
+        EXPECT_EQ(these((emergency ? b.KAPAE : b.KAPAC)(1), scaled(2), scaled(3), kept(1)),
+                  these(90, NO_RATING, INFINITE_RATING, 100));
     }
 }
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/run.hpp"
+#include "support/expect.hpp"
 #include "support/fixture.hpp"
 
 namespace korvane::testing {
@@ -16,10 +17,9 @@ TEST(Page, TheHeadingHasThePageNumberOnlyInItsWideForm) {
         s.os.output.clear();
         for (int i = 0; i < 2; ++i) PAGHDR(run);
         EXPECT_EQ(run.pag.NLINE, 3);
-        EXPECT_EQ(s.console().find("Página      2") != std::string::npos, wide) << s.console();
-        EXPECT_NE(s.console().find(PROGRAM_STAMP), std::string::npos);
-        EXPECT_NE(s.console().find("\nRede do norte\n" + std::string(wide ? 132 : 80, '-') + "\n"), std::string::npos)
-            << s.console();
+        EXPECT_EQ(bool(shows(s.console(), "Página      2")), wide) << s.console();
+        EXPECT_TRUE(shows(s.console(), PROGRAM_STAMP));
+        EXPECT_TRUE(shows(s.console(), "\nRede do norte\n" + std::string(wide ? 132 : 80, '-') + "\n"));
     }
 }
 
@@ -29,7 +29,7 @@ TEST(Page, TheSubjectTakesALine) {
     run.pag.subject = [](korvane::Run& r) { write_line(r, r.units.LUREP, " Contingency 7"); };
     PAGHDR(run);
     EXPECT_EQ(run.pag.NLINE, 4);
-    EXPECT_NE(s.console().find("Contingency 7"), std::string::npos);
+    EXPECT_TRUE(shows(s.console(), "Contingency 7"));
 }
 
 TEST(Page, FitsUpToItsLastLine) {

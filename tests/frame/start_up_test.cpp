@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "frame/catalogue.hpp"
+#include "support/expect.hpp"
 #include "support/fixture.hpp"
 #include "support/paths.hpp"
 
@@ -104,9 +105,7 @@ TEST(StartUp, CommandLine) {
     const auto s = session({"/nproc=4", "-Irank=-3", "/IDIRE=77", "-aqvrs=Case Bus.sav", "/DRTEM=Sub/Folder",
                             "/other=1", "-", "", "plain"});
     EXPECT_EQ(s->status, 0);
-    EXPECT_EQ(s->run.ctl.NPROC, 4);
-    EXPECT_EQ(s->run.ctl.IRANK, -3);
-    EXPECT_EQ(s->run.ctl.IDIRE, 77);
+    EXPECT_EQ(these(s->run.ctl.NPROC, s->run.ctl.IRANK, s->run.ctl.IDIRE), these(4, -3, 77));
     EXPECT_EQ(s->run.ctl.ARQVSA0, "Case Bus.sav");  // a path keeps its case
     EXPECT_EQ(s->run.ctl.DRTEM, "Sub/Folder");
 

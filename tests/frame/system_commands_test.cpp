@@ -1,6 +1,7 @@
 // DOSC, DOS and DMSG.
 #include <gtest/gtest.h>
 
+#include "support/expect.hpp"
 #include "support/fixture.hpp"
 
 namespace korvane::testing {
@@ -32,7 +33,7 @@ TEST(SystemCommands, OutputGoesToTheReportAndTheFileIsRemoved) {
 
 TEST(SystemCommands, OutputGoesToThePrintFileWithFile) {
     const Session s("DOSC FILE\nls\n99999\nFIM\n", with_shell());
-    EXPECT_NE(s.print().find("first line\nsecond ção\n"), std::string::npos);
+    EXPECT_TRUE(shows(s.print(), "first line\nsecond ção\n"));
 }
 
 TEST(SystemCommands, AnInputThatEndsEarlyIsToldOnce) {
@@ -74,7 +75,7 @@ TEST(MessageBox, ALineOfTheDeckIsShown) {
                         {.prepare = [=](const TempDir&, FakePlatform& os) { os.has_boxes = boxes; }});
         EXPECT_EQ(s.messages(), "");
         EXPECT_EQ(s.os.boxes, boxes ? std::vector<std::string>{"(olá, operação"} : std::vector<std::string>{});
-        EXPECT_EQ(s.console().find("*** (olá, operação\n") == std::string::npos, boxes);
+        EXPECT_EQ(!bool(shows(s.console(), "*** (olá, operação\n")), boxes);
     }
     EXPECT_EQ(Session("DMSG\n").messages(), "INPMSG 100");
 }

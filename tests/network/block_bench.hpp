@@ -6,7 +6,9 @@
 #include <string_view>
 
 #include "network/network.hpp"
+#include "support/expect.hpp"
 #include "support/fixture.hpp"
+#include "support/text_table.hpp"
 
 namespace korvane::testing {
 
@@ -23,6 +25,9 @@ inline std::string card_of(std::string_view fields) {
     }
     return line + '\n';
 }
+
+/// No message.
+inline const std::vector<int> NONE;
 
 /// A started program whose blocks a test reads in any order. Errors do not end it.
 class BlockBench : public Session {
@@ -45,20 +50,47 @@ public:
         return read(block, all);
     }
 
+    /// Reads a block without its end card, which ends in a stop, and returns the last message.
+    int last_without_end(void (*block)(Run&), std::string_view card = "") {
+        feed(card.empty() ? "" : card_of(card));
+        run.msg.printed.clear();
+        EXPECT_THROW(block(run), RunStop);
+        return numbers().empty() ? 0 : numbers().back();
+    }
+
     int bus(int number) const { return bus_of(store(), number); }
+    /// The first of n rows that stands at a bus, 0 for none; with its number there when a table of these is given.
+    template <class Buses>
+    int row_at(int number, const Buses& of, int n) const {
+        return row_at(
+            number, 0, of, [](int) { return 0; }, n);
+    }
+    template <class Buses, class Numbers>
+    int row_at(int number, int there, const Buses& of, const Numbers& is, int n) const {
+        for (int i : rows(n))
+            if (of(i) == bus(number) && is(i) == there) return i;
+        return 0;
+    }
     int branch(int from, int to, int circuit) const { return FNDLIN(run, bus(from), bus(to), circuit).branch; }
 };
 
-/// One card and the messages that it must have, in their order.
-struct CardCase {
-    const char* card;
-    std::vector<int> messages;
-};
+inline std::string text_of(const std::string& outcome) { return outcome; }
+inline std::string text_of(const std::vector<int>& numbers) {
+    std::string all;
+    for (int number : numbers) all += (all.empty() ? "" : " ") + std::to_string(number);
+    return all;
+}
 
-/// Reads every card in a block of its own, so that each case tells for itself what went wrong.
-inline void expect_messages(BlockBench& bench, void (*block)(Run&), const std::vector<CardCase>& cases) {
-    for (const CardCase& c : cases)
-        EXPECT_EQ(bench.read(block, {c.card}), c.messages) << c.card << "\n" << bench.messages();
+/// What f(card) gives, a text or numbers, against the outcome of each case "card -> outcome".
+template <class F>
+void expect_outcomes(std::string_view cases, F&& f) {
+    for (const auto& [card, outcome] : cases_of(cases)) EXPECT_EQ(text_of(f(card)), outcome) << card;
+}
+
+/// Reads every card in a block of its own, so that each case tells for itself what went wrong. Its outcome is the
+/// messages that it must have, in their order.
+inline void expect_messages(BlockBench& bench, void (*block)(Run&), std::string_view cases) {
+    expect_outcomes(cases, [&](const std::string& card) { return bench.read(block, {card}); });
 }
 
 }  // namespace korvane::testing

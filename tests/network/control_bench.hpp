@@ -19,25 +19,15 @@ using Reader = void (*)(Run&);
 class ControlBench : public BlockBench {
 public:
     ControlBench() {
-        EXPECT_TRUE(read(INPBUS, {"1:10|8:2|74:1", "1:20|8:1|33:40|53:50|74:1", "1:30|74:1|59:30|64:10", "1:40|74:2",
-                                  "1:50|74:2|59:50|64:20|69:8", "1:60|8:1|33:20|25:1030|74:2",
-                                  "1:70|8:3|33:7|38:9|74:2", "1:80|33:5|74:2"})
-                        .empty())
-            << messages();
-        EXPECT_TRUE(read(INPLIN, {"1:10|11:30|16:1|27:1.", "1:10|11:30|16:2|27:1.", "1:20|11:30|16:1|27:1.|39:1.",
-                                  "1:30|11:40|16:1|27:1.", "1:30|11:50|16:1|27:1.|39:1.|44:.9|49:1.1",
-                                  "1:40|11:50|16:1|27:1.|39:1.|44:.9|49:1.1", "1:50|11:60|16:1|27:1.|54:5.",
-                                  "1:60|11:70|16:1|27:1.|39:1.|44:.9|49:1.1|54:10."})
-                        .empty())
-            << messages();
-    }
-
-    /// Reads a block without its end card, which ends in a stop, and returns the last message.
-    int last_without_end(Reader block, std::string_view card = "") {
-        feed(card.empty() ? "" : card_of(card));
-        run.msg.printed.clear();
-        EXPECT_THROW(block(run), RunStop);
-        return numbers().empty() ? 0 : numbers().back();
+        EXPECT_EQ(read(INPBUS, {"1:10|8:2|74:1", "1:20|8:1|33:40|53:50|74:1", "1:30|74:1|59:30|64:10", "1:40|74:2",
+                                "1:50|74:2|59:50|64:20|69:8", "1:60|8:1|33:20|25:1030|74:2", "1:70|8:3|33:7|38:9|74:2",
+                                "1:80|33:5|74:2"}),
+                  NONE);
+        EXPECT_EQ(read(INPLIN, {"1:10|11:30|16:1|27:1.", "1:10|11:30|16:2|27:1.", "1:20|11:30|16:1|27:1.|39:1.",
+                                "1:30|11:40|16:1|27:1.", "1:30|11:50|16:1|27:1.|39:1.|44:.9|49:1.1",
+                                "1:40|11:50|16:1|27:1.|39:1.|44:.9|49:1.1", "1:50|11:60|16:1|27:1.|54:5.",
+                                "1:60|11:70|16:1|27:1.|39:1.|44:.9|49:1.1|54:10."}),
+                  NONE);
     }
 
     /// External numbers of the buses in a list of buses, of generators; "from-to/circuit" of branches.

@@ -1,4 +1,4 @@
-// The selection of buses and branches by the fields of a card.
+// The selection of buses and branches by the fields of a card, and the elements that messages name.
 #include "network/element_selection.hpp"
 
 #include "network/block_bench.hpp"
@@ -17,11 +17,11 @@ protected:
     // Buses 10 to 60, positions in another order; two areas, three base voltages; group 7 of aggregator 2 holds buses
     // 10 and 40 and the branch 10-20, group 9 of aggregator 10 the branch 20-30 alone.
     ElementSelection() {
-        EXPECT_TRUE(b.read(INPBUS, {"1:40|9: A|74:2", "1:10|9: A|74:1", "1:20|9: B|74:1", "1:30|9: B|74:2",
-                                    "1:60|9: C|74:9", "1:50|9: C|74:9"})
-                        .empty());
-        EXPECT_TRUE(b.read(INPGBT, {"1: A|4:69", "1: B|4:138", "1: C|4:138.4"}).empty());
-        EXPECT_TRUE(b.read(INPLIN, {"1:10|11:20|27:1.", "1:20|11:30|27:1."}).empty());
+        EXPECT_EQ(b.read(INPBUS, {"1:40|9: A|74:2", "1:10|9: A|74:1", "1:20|9: B|74:1", "1:30|9: B|74:2",
+                                  "1:60|9: C|74:9", "1:50|9: C|74:9"}),
+                  NONE);
+        EXPECT_EQ(b.read(INPGBT, {"1: A|4:69", "1: B|4:138", "1: C|4:138.4"}), NONE);
+        EXPECT_EQ(b.read(INPLIN, {"1:10|11:20|27:1.", "1:20|11:30|27:1."}), NONE);
         Store& s = b.run.store;
         auto group = [&](int aggregator, int row, int id) {
             s.agr.count(aggregator) = row;
@@ -62,84 +62,49 @@ protected:
         for (int number : b.numbers()) found += ' ' + std::to_string(number);
         return found.empty() ? found : found.substr(1);
     }
-    struct Case {
-        const char *card, *selected;
-    };
-    void expect(const std::vector<Case>& cases) {
-        for (const Case& c : cases) EXPECT_EQ(select(c.card), c.selected) << c.card;
+    void expect(std::string_view cases) {
+        expect_outcomes(cases, [this](const std::string& card) { return select(card); });
     }
 };
 
 TEST_F(ElementSelection, WhatEachCriterionFinds) {
-    expect({{"1:BARR|6:30", "30"},
-            {"1:BARR|6:30.4", "30"},                         // rounded to a whole number
-            {"1:barr|6:15|12:a|14:barr|19:45", "40 20 30"},  // in order of position
-            {"1:BARR|6:1|12:A|14:BARR|19:99999", "40 10 20 30 60 50"},
-            {"1:BARR|6:10|12:E|14:AREA|19:9", "10 60 50"},
-            {"1:BARR|6:10|12:E|14:BARR|19:10", "10"},
-            {"1:AREA|6:2", "40 30"},
-            {"1:AREA|6:1|12:A|14:AREA|19:999", "40 10 20 30 60 50"},
-            {"1:TENS|6:138", "20 30"},
-            {"1:TENS|6:138.4", "60 50"},
-            {"1:TENS|6:69|12:A|14:TENS|19:138", "40 10 20 30"},
-            {"1:AGR2|6:7", "40 10 10-20"},
-            {"1:AG02|6:5|12:A|14:AG02|19:7", "40 10 10-20"},
-            {"1:AG10|6:9", "20-30"}});
+    expect(R"(
+        1:BARR|6:30 -> 30; 1:BARR|6:30.4 -> 30  # rounded to a whole number
+        1:barr|6:15|12:a|14:barr|19:45 -> 40 20 30  # in order of position
+        1:BARR|6:1|12:A|14:BARR|19:99999 -> 40 10 20 30 60 50; 1:BARR|6:10|12:E|14:AREA|19:9 -> 10 60 50
+        1:BARR|6:10|12:E|14:BARR|19:10 -> 10; 1:AREA|6:2 -> 40 30; 1:AREA|6:1|12:A|14:AREA|19:999 -> 40 10 20 30 60 50
+        1:TENS|6:138 -> 20 30; 1:TENS|6:138.4 -> 60 50; 1:TENS|6:69|12:A|14:TENS|19:138 -> 40 10 20 30
+        1:AGR2|6:7 -> 40 10 10-20; 1:AG02|6:5|12:A|14:AG02|19:7 -> 40 10 10-20; 1:AG10|6:9 -> 20-30)");
 }
 
 TEST_F(ElementSelection, TwoCriteria) {
-    expect({{"1:AREA|6:1|12:E|14:AREA|19:2|25:X|27:BARR|32:30", "40 10 20"},
-            {"1:BARR|6:30|25:E|27:AREA|32:1|38:A|40:AREA|45:2", "40 10 20 30"},
-            {"1:AREA|6:2|25:S|27:AGR2|32:7", "40"},
-            {"1:AGR2|6:7|25:X|27:AGR2|32:7", ""},  // nothing is left, and no message says so
-            {"1:AREA|6:1|25:S|27:AREA|32:9", ""},
-            {"1:AGR2|6:7|25:S|27:AG10|32:9", ""},
-            {"1:AGR2|6:7|25:E|27:AG10|32:9", "40 10 10-20 20-30"},
-            {"1:AGR2|6:7|25:X|27:AREA|32:1", "40 10-20"}});
+    expect(R"(
+        1:AREA|6:1|12:E|14:AREA|19:2|25:X|27:BARR|32:30 -> 40 10 20
+        1:BARR|6:30|25:E|27:AREA|32:1|38:A|40:AREA|45:2 -> 40 10 20 30; 1:AREA|6:2|25:S|27:AGR2|32:7 -> 40
+        1:AGR2|6:7|25:X|27:AGR2|32:7 ->  # nothing is left, and no message says so
+        1:AREA|6:1|25:S|27:AREA|32:9 ->; 1:AGR2|6:7|25:S|27:AG10|32:9 ->
+        1:AGR2|6:7|25:E|27:AG10|32:9 -> 40 10 10-20 20-30; 1:AGR2|6:7|25:X|27:AREA|32:1 -> 40 10-20)");
 }
 
 TEST_F(ElementSelection, EveryMessageAndNothingSelected) {
-    expect({{"52:x", "701 703"},
-            {"1:BAR|6:10", "702"},
-            {"1:AGR0|6:10", "702"},
-            {"1:AG11|6:10", "702"},
-            {"1:BARR", "703"},
-            {"1:BARR|6:0", "704"},
-            {"1:BARR|6:.4", "704"},
-            {"1:BARR|6:-9E99", "704"},
-            {"1:BARR|6:10|12:E|14:NOME|19:0", "705 706"},
-            {"1:BARR|6:10|14:BARR", "707"},
-            {"1:BARR|6:10|19:20", "707"},
-            {"1:BARR|6:10|12:X|14:BARR|19:20", "708"},
-            {"1:BARR|6:10|12:A", "709 710"},
-            {"1:BARR|6:10|12:E|14:BARR", "710"},
-            {"1:BARR|6:10|25:E|27:NOME|32:0|38:E|40:X|45:-1", "711 712 713 714"},
-            {"1:BARR|6:10|27:BARR|32:20", "715"},
-            {"1:BARR|6:10|38:E", "715"},
-            {"1:BARR|6:10|45:20", "715"},
-            {"1:BARR|6:10|25:A|27:BARR|32:20", "716"},
-            {"1:BARR|6:10|25:S", "717 718"},
-            {"1:BARR|6:10|25:S|27:BARR|32:20|40:BARR", "719"},
-            {"1:BARR|6:10|25:S|27:BARR|32:20|38:S|40:BARR|45:20", "720"},
-            {"1:BARR|6:10|25:S|27:BARR|32:20|38:E", "721 722"},
-            {"1:BARR|6:10|12:A|14:AREA|19:20", "723"},
-            {"1:BARR|6:50|12:A|14:BARR|19:10", "724"},
-            {"1:BARR|6:10|25:E|27:BARR|32:10|38:A|40:AREA|45:20", "725"},
-            {"1:BARR|6:10|25:E|27:AREA|32:2|38:A|40:AREA|45:1", "726"},
-            {"1:BARR|6:11", "801"},
-            {"1:BARR|6:11|12:A|14:BARR|19:19", "802"},
-            {"1:BARR|6:9E9", "801"},
-            {"1:AREA|6:3", "811"},
-            {"1:AREA|6:3|12:A|14:AREA|19:8", "812"},
-            {"1:TENS|6:70", "821"},
-            {"1:TENS|6:70|12:A|14:TENS|19:137", "822"},
-            // the order is tested on whole numbers, and the range is taken as it is typed
-            {"1:TENS|6:138.4|12:A|14:TENS|19:138.3", "822"},
-            {"1:AGR2|6:5", "831 841"},
-            {"1:AGR3|6:1|12:A|14:AGR3|19:9", "832 842"},
-            // one part that finds nothing spoils the card
-            {"1:BARR|6:10|12:E|14:BARR|19:11", "801"},
-            {"1:BARR|6:10|25:X|27:AREA|32:3", "811"}});
+    expect(R"(
+        52:x -> 701 703; 1:BAR|6:10 -> 702; 1:AGR0|6:10 -> 702; 1:AG11|6:10 -> 702; 1:BARR -> 703; 1:BARR|6:0 -> 704
+        1:BARR|6:.4 -> 704; 1:BARR|6:-9E99 -> 704; 1:BARR|6:10|12:E|14:NOME|19:0 -> 705 706
+        1:BARR|6:10|14:BARR -> 707; 1:BARR|6:10|19:20 -> 707; 1:BARR|6:10|12:X|14:BARR|19:20 -> 708
+        1:BARR|6:10|12:A -> 709 710; 1:BARR|6:10|12:E|14:BARR -> 710
+        1:BARR|6:10|25:E|27:NOME|32:0|38:E|40:X|45:-1 -> 711 712 713 714; 1:BARR|6:10|27:BARR|32:20 -> 715
+        1:BARR|6:10|38:E -> 715; 1:BARR|6:10|45:20 -> 715; 1:BARR|6:10|25:A|27:BARR|32:20 -> 716
+        1:BARR|6:10|25:S -> 717 718; 1:BARR|6:10|25:S|27:BARR|32:20|40:BARR -> 719
+        1:BARR|6:10|25:S|27:BARR|32:20|38:S|40:BARR|45:20 -> 720; 1:BARR|6:10|25:S|27:BARR|32:20|38:E -> 721 722
+        1:BARR|6:10|12:A|14:AREA|19:20 -> 723; 1:BARR|6:50|12:A|14:BARR|19:10 -> 724
+        1:BARR|6:10|25:E|27:BARR|32:10|38:A|40:AREA|45:20 -> 725
+        1:BARR|6:10|25:E|27:AREA|32:2|38:A|40:AREA|45:1 -> 726; 1:BARR|6:11 -> 801
+        1:BARR|6:11|12:A|14:BARR|19:19 -> 802; 1:BARR|6:9E9 -> 801; 1:AREA|6:3 -> 811
+        1:AREA|6:3|12:A|14:AREA|19:8 -> 812; 1:TENS|6:70 -> 821; 1:TENS|6:70|12:A|14:TENS|19:137 -> 822
+        # the order is tested on whole numbers, and the range is taken as it is typed
+        1:TENS|6:138.4|12:A|14:TENS|19:138.3 -> 822; 1:AGR2|6:5 -> 831 841; 1:AGR3|6:1|12:A|14:AGR3|19:9 -> 832 842
+        # one part that finds nothing spoils the card
+        1:BARR|6:10|12:E|14:BARR|19:11 -> 801; 1:BARR|6:10|25:X|27:AREA|32:3 -> 811)");
 }
 
 TEST_F(ElementSelection, ClearsWhatTheCardBeforeFound) {
@@ -163,17 +128,53 @@ TEST_F(ElementSelection, ClearsWhatTheCardBeforeFound) {
 }
 
 TEST_F(ElementSelection, BranchByCircuitAndType) {
-    EXPECT_TRUE(
-        b.read(INPLIN, {"1:20|11:10|16:7|27:1.", "1:10|11:20|16:4|27:1.|39:1.", "1:10|11:20|16:3|27:1."}).empty());
+    EXPECT_EQ(b.read(INPLIN, {"1:20|11:10|16:7|27:1.", "1:10|11:20|16:4|27:1.|39:1.", "1:10|11:20|16:3|27:1."}), NONE);
     auto find = [&](int circuit, int least, int greatest) {
         return FNDPAR(b.run, b.bus(10), b.bus(20), circuit, least, greatest);
     };
-    EXPECT_EQ(find(7, 0, 4), b.branch(10, 20, 7));
-    EXPECT_EQ(find(0, 0, 4), -b.branch(10, 20, 1));
-    EXPECT_EQ(find(0, 1, 4), -b.branch(10, 20, 4));
-    EXPECT_EQ(find(7, 1, 4), -b.branch(10, 20, 4));
-    EXPECT_EQ(find(1, 5, 5), 0);
-    EXPECT_EQ(FNDPAR(b.run, b.bus(10), b.bus(30), 1, 0, 4), 0);
+    EXPECT_EQ(these(find(7, 0, 4), find(0, 0, 4), find(0, 1, 4), find(7, 1, 4), find(1, 5, 5),
+                    FNDPAR(b.run, b.bus(10), b.bus(30), 1, 0, 4)),
+              these(b.branch(10, 20, 7), -b.branch(10, 20, 1), -b.branch(10, 20, 4), -b.branch(10, 20, 4), 0, 0));
+}
+
+// --- what messages say of the elements of a network
+
+TEST(ElementNames, OfWhatIsThereAndOfWhatIsNot) {
+    Session s;
+    korvane::Run& run = s.start().run;
+    Store& store = run.store;
+    for (const int number : {30, 10}) {
+        const int k = add_row(store.bus);
+        store.bus.NOINT(k) = number;
+        store.bus.BNAME(k) = number == 30 ? "SUL" : "NORTE";
+        note_bus(store, k);
+    }
+    for (const int circuit : {1, 2}) {
+        const int l = add_row(store.branch);
+        store.branch.NFROM(l) = {2};
+        store.branch.NTO(l) = {circuit == 1 ? 1 : 0};  // the second one has lost its end
+        store.branch.NCIR(l) = circuit;
+    }
+    const struct {
+        int element, type;
+        const char* shown;
+    } cases[] = {
+        {1, element::bus, "30 SUL"},
+        {3, element::bus, "3 ?"},
+        {10, element::bus_number, "10 NORTE"},
+        {20, element::bus_number, "20 ?"},
+        {1, element::branch, "10 NORTE - 30 SUL circ 1"},
+        {2, element::branch, "2 ?"},
+        {99, element::branch, "99 ?"},
+        {1, element::link, "1 ?"},
+        {7, element::unit, "7"},
+        {0, element::bus, ""},
+    };
+    for (const auto& c : cases) {
+        MSGPUT(run, "KORVAN", 100, c.element, c.type);
+        MSGOUT(run);
+        EXPECT_EQ(run.msg.printed.back().identification, c.shown) << c.element << " of type " << c.type;
+    }
 }
 
 }  // namespace

@@ -1,65 +1,47 @@
 // The operations that hold for the whole store, as laws over random networks.
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <set>
+
 #include "network/network.hpp"
+#include "support/expect.hpp"
 #include "support/fixture.hpp"
+#include "support/rows.hpp"
 #include "support/store_tools.hpp"
 
 namespace korvane::testing {
 namespace {
 
-/// The rows of a family that must be out of service, told by what the row stands on and by its own state, without
-/// looking at counts.
-struct Alive {
-    Store& s;
-    bool bus(int k) const { return s.bus.STBUS(k); }
-    bool branch(int l) const { return bus(s.branch.NFROM(l)) && bus(s.branch.NTO(l)); }
-    bool generator(int g) const { return bus(s.gen.NOGEN(g)); }
-    bool bank(int b) const { return bus(s.bsh.NOBSH(b)) && (s.bsh.IDCIR(b) == 0 || branch(s.bsh.IDCIR(b))); }
-    bool link(int b) const { return s.ldc.STUELO(s.dcb.LINKDC(b)); }
+/// What a row stands on, and states of its own: it is in service when all of these are.
+const std::set<std::string_view> GROUND = {
+    "NFROM",  "NTO",   "NOTAP", "NOPHS", "LISHL",  "LICSC",  "NOGEN",  "ICB",     "NGSLK", "NOFLD",
+    "NOSHT",  "NOMOT", "NOCAI", "NOGEI", "NOGGEI", "NOBSH",  "IDCIR",  "IBUSH",   "NOEQV", "NOSLP",
+    "LINKDC", "NDCFR", "NDCTO", "NOLDC", "NDCBUS", "INTBUS", "NBECER", "NBUSSCA", "row"};
+const std::set<std::string_view> STATES = {"STBUS", "STUELO", "STMOT", "STCAR", "STGEI", "STBSH", "STUCER"};
 
-    template <class F>
-    int count(int n, F alive) const {
-        int found = 0;
-        for (int i : rows(n)) found += alive(i);
-        return found;
+bool alive(Store& s, Family f, int row) {
+    const FamilyInfo& family = layout_of(f);
+    for (const ColumnInfo& c : family.columns) {
+        const char* entry = reinterpret_cast<char*>(&s) + family.offset + c.offset + std::size_t(row - 1) * c.size;
+        if (STATES.contains(c.name) && !*entry) return false;
+        if (!GROUND.contains(c.name)) continue;
+        int at;
+        std::memcpy(&at, entry, sizeof at);
+        const bool optional = std::string_view(c.name) == "IDCIR" && at == 0;  // a bank on its bus
+        if (!optional && !alive(s, *c.target, std::abs(at))) return false;
     }
-    /// Rows in service of every family but the lists and the areas, in the order of the families.
-    std::vector<int> counts() const {
-        const auto& t = s;
-        return {
-            count(t.bus.NB, [&](int i) { return bus(i); }),
-            count(t.branch.NL, [&](int i) { return branch(i); }),
-            count(t.tap.NTAP, [&](int i) { return branch(t.tap.NOTAP(i)); }),
-            count(t.phs.NPHS, [&](int i) { return branch(t.tap.NOTAP(t.phs.NOPHS(i))); }),
-            count(t.shl.NSHL, [&](int i) { return branch(t.shl.LISHL(i)); }),
-            count(t.csc.NCSC, [&](int i) { return branch(t.csc.LICSC(i)); }),
-            count(t.gen.NG, [&](int i) { return generator(i); }),
-            count(t.rcb.NRCB, [&](int i) { return generator(t.rcb.ICB(i)); }),
-            count(t.slk.NSLK, [&](int i) { return generator(t.slk.NGSLK(i)); }),
-            count(t.fld.NFLD, [&](int i) { return bus(t.fld.NOFLD(i)); }),
-            count(t.sht.NSHT, [&](int i) { return bus(t.sht.NOSHT(i)); }),
-            count(t.mot.NMOT, [&](int i) { return bus(t.mot.NOMOT(i)) && t.mot.STMOT(i); }),
-            count(t.cai.NCAI, [&](int i) { return bus(t.cai.NOCAI(i)) && t.cai.STCAR(i); }),
-            count(t.gei.NGEI,
-                  [&](int i) { return bus(t.gei.NOGEI(i)) && generator(t.gei.NOGGEI(i)) && t.gei.STGEI(i); }),
-            count(t.bsh.NBSH, [&](int i) { return bank(i); }),
-            count(t.bshl.NBSHL, [&](int i) { return bank(t.bshl.IBUSH(i)) && t.bshl.STBSH(i); }),
-            count(t.eqv.NEQV, [&](int i) { return bus(t.eqv.NOEQV(i)); }),
-            count(t.ldc.NLDC, [&](int i) { return t.ldc.STUELO(i); }),
-            count(t.dcb.NDCB, [&](int i) { return link(i); }),
-            count(t.dcl.NDCL, [&](int i) { return link(t.dcl.NDCFR(i)) && link(t.dcl.NDCTO(i)); }),
-            count(t.cnv.NCNV, [&](int i) { return link(t.cnv.NDCBUS(i)) && bus(t.cnv.INTBUS(i)); }),
-            count(t.cer.NCER, [&](int i) { return bus(t.cer.NBECER(i)) && t.cer.STUCER(i); }),
-            count(t.sca.NSCA, [&](int i) { return bus(t.sca.NBUSSCA(i)); }),
-        };
-    }
-};
+    return true;
+}
 
-std::vector<int> present_counts(Store& s) {
-    return {s.bus.NB,   s.branch.NL, s.tap.NTAP, s.phs.NPHS, s.shl.NSHL, s.csc.NCSC, s.gen.NG,   s.rcb.NRCB,
-            s.slk.NSLK, s.fld.NFLD,  s.sht.NSHT, s.mot.NMOT, s.cai.NCAI, s.gei.NGEI, s.bsh.NBSH, s.bshl.NBSHL,
-            s.eqv.NEQV, s.ldc.NLDC,  s.dcb.NDCB, s.dcl.NDCL, s.cnv.NCNV, s.cer.NCER, s.sca.NSCA};
+/// Rows of every family: those in the counts, or those of them that are alive.
+std::vector<int> counts(Store& s, bool all) {
+    std::vector<int> found;
+    each_family(s, [&](auto& t) {
+        found.push_back(0);
+        for (int i : rows(t.count())) found.back() += all || alive(s, t.family, i);
+    });
+    return found;
 }
 
 TEST(Store, CompactionKeepsEveryRowUnderItsNumber) {
@@ -70,16 +52,16 @@ TEST(Store, CompactionKeepsEveryRowUnderItsNumber) {
         rebuild_addresses(session.run);
         ASSERT_EQ(stray_reference(s), "") << "the test made a bad store, seed " << seed;
         const auto before = contents(s);
-        const std::vector<int> alive = Alive{s}.counts();
+        const std::vector<int> in_service = counts(s, false);
 
         STOOFF(session.run);
-        EXPECT_EQ(present_counts(s), alive) << seed;
+        EXPECT_EQ(counts(s, true), in_service) << seed;
+        EXPECT_EQ(counts(s, false), in_service) << seed << ": and those that are alive";
         EXPECT_EQ(stray_reference(s), "") << seed;
         EXPECT_EQ(wrong_address(s), "") << seed;
         EXPECT_EQ(contents(s), before) << seed;
         // What is in the counts is alive, and stands on what is; open branches are the last ones.
-        const Alive now{s};
-        for (int k : rows(s.bus.NB)) EXPECT_TRUE(now.bus(k)) << seed;
+        for (int k : rows(s.bus.NB)) EXPECT_TRUE(s.bus.STBUS(k)) << seed;
         for (int l : rows(s.branch.NL)) {
             EXPECT_TRUE(s.branch.NFROM(l) <= s.bus.NB && s.branch.NTO(l) <= s.bus.NB) << seed;
             if (l > 1 && s.branch.STLIN(l)) EXPECT_TRUE(s.branch.STLIN(l - 1)) << seed;
@@ -184,9 +166,7 @@ TEST(Store, ControlOfARemovedBusReturnsToItsOwn) {
         s.bus.NOINT(k) = number;
     }
     add_row(s.branch);
-    s.branch.NFROM(1) = 1;
-    s.branch.NTO(1) = 2;
-    s.branch.LTYPE(1) = 3;
+    set_row(s.branch, 1, "NFROM", 1, "NTO", 2, "LTYPE", 3);
     add_row(s.tap);
     s.tap.NOTAP(1) = 1;
     s.tap.KBUS(1) = -3;
@@ -227,8 +207,7 @@ TEST(Store, ResetForgetsEverything) {
     EXPECT_TRUE(run.ctl.history.empty());
     EXPECT_TRUE(run.ctl.KNTRL.none());
     EXPECT_EQ(run.opt.OPTDEF, fresh.run.opt.OPTDEF);
-    EXPECT_EQ(run.cte.BASE, 100);
-    EXPECT_EQ(run.pag.NLINE, run.pag.LPP);
+    EXPECT_EQ(these(run.cte.BASE, run.pag.NLINE), these(100, run.pag.LPP));
     // A row taken into use again has no memory of the former one.
     each_family(s, [](auto& t) { add_row(t); });
     each_family(fresh.run.store, [](auto& t) { add_row(t); });
@@ -301,9 +280,7 @@ struct DeadControls : ::testing::Test {
         s.rcb.IRCB(1) = 3;
         for (int l = 1; l <= 2; ++l) {
             add_row(s.branch);
-            s.branch.NFROM(l) = 1;
-            s.branch.NTO(l) = 2;
-            s.branch.LTYPE(l) = 3;
+            set_row(s.branch, l, "NFROM", 1, "NTO", 2, "LTYPE", 3);
             add_row(s.tap);
             s.tap.NOTAP(l) = l;
         }
@@ -323,12 +300,10 @@ TEST_F(DeadControls, AreTakenOutAndPutBack) {
     ASSERT_EQ(s.tpf.n, 1);
     EXPECT_EQ(s.branch.LTYPE(s.tpf.row(1)), 3);
     EXPECT_EQ(s.tap.KBUS(1), -3);
-    EXPECT_NE(session.console().find("CREM    10 BARRA 1          30 BARRA 3"), std::string::npos) << session.console();
-    EXPECT_NE(session.console().find("CTAP    10 BARRA 1          30 BARRA 3"), std::string::npos);
+    EXPECT_TRUE(shows(session.console(), "CREM    10 BARRA 1          30 BARRA 3"));
+    EXPECT_TRUE(shows(session.console(), "CTAP    10 BARRA 1          30 BARRA 3"));
     STOON(run);
-    EXPECT_EQ(s.rcb.IRCB(1), 3);
-    EXPECT_EQ(s.fcr.n, 0);
-    EXPECT_EQ(s.tpf.n, 0);
+    EXPECT_EQ(these(s.rcb.IRCB(1), s.fcr.n, s.tpf.n), these(3, 0, 0));
 }
 
 TEST_F(DeadControls, StayWithoutTheOptions) {
@@ -410,9 +385,7 @@ TEST(Jumper, MarksBranchesAtOrBelowTheLeastImpedance) {
         s.branch.BKM(l) = -c.x * f * tap * (1 + 1e-12);
         s.branch.LTYPE(l) = c.ratio != 0;
         if (c.ratio == 0) continue;
-        const int t = add_row(s.tap);
-        s.tap.NOTAP(t) = l;
-        s.tap.TAP(t) = tap;
+        put_row(s.tap, "NOTAP", l, "TAP", tap);
     }
     const int open = add_row(s.branch);  // no admittance at all is no jumper
     s.branch.MARKC(open) = true;
@@ -432,7 +405,7 @@ TEST(NewCase, ClearsAllOrWhatItsOptionsName) {
         EXPECT_TRUE(s.run.TITLE.blank());
         EXPECT_TRUE(s.run.ctl.KNTRL[42]);
         EXPECT_FALSE(s.run.ctl.KNTRL[1]);
-        EXPECT_NE(s.console().find("Caso novo"), std::string::npos);
+        EXPECT_TRUE(shows(s.console(), "Caso novo"));
     }
     {
         Session s("TITU\nUm caso\n" + bus + "CASO TABE CTGS GRAF\nFIM\n");

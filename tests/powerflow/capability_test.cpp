@@ -68,12 +68,8 @@ struct Machines : Network {
         generator(3, 1.0);
         for (int i : {1, 2}) {
             const int k = generator(2, v, 0.5 + 0.1 * i), j = s.gen.NG;
-            s.gen.XQ(j) = MACHINE.reactance;
-            s.gen.SNOMI(j) = 1;
-            s.gen.FPNOM(j) = MACHINE.active;
-            s.gen.FSRIA(j) = 1.05;
-            s.gen.FSRIR(j) = 1.05;
-            s.gen.ANGCG(j) = MACHINE.angle;
+            set_row(s.gen, j, "XQ", MACHINE.reactance, "SNOMI", 1, "FPNOM", MACHINE.active, "FSRIA", 1.05, "FSRIR",
+                    1.05, "ANGCG", MACHINE.angle);
             branch(1, k, 0.01, 0.1);
             branch(k, bus(0, 1, 0.3, q), 0.01, 0.05);
         }
@@ -90,7 +86,7 @@ TEST(Capability, AMachineAtItsLimitStandsOnTheCurve) {
             n.solve();
             ASSERT_EQ(n.s.sol.CONVSTAT, 1) << q << option << n.session.messages();
             EXPECT_LE(n.s.sol.NITP, 8) << "its equation is inside the matrix";
-            for (const auto& left : imbalance(n.s)) EXPECT_LT(std::abs(left), 1e-7);
+            EXPECT_LT(worst_imbalance(n.s), 1e-7);
             for (int j : {2, 3}) {
                 const int k = n.s.gen.NOGEN(j);
                 const double v = n.s.bus.VOLT(k);
@@ -132,7 +128,7 @@ TEST(Capability, OverloadedMachineIsToldOnce) {
     EXPECT_EQ(n.session.numbers("CALCQL"), std::vector{100});
     EXPECT_EQ(n.s.gen.QGEN(3), 0);
     EXPECT_EQ(n.s.gen.QMAX(3), 0);
-    for (const auto& left : imbalance(n.s)) EXPECT_LT(std::abs(left), 1e-7);
+    EXPECT_LT(worst_imbalance(n.s), 1e-7);
 }
 
 TEST(Capability, TheFileHoldsAClosedCurveOfEveryMachine) {

@@ -33,20 +33,12 @@ inline void add_taps(Network& n, unsigned seed) {
         const int k = held[(made + int(seed)) % 3];
         if (n.s.bus.NTYPE(std::abs(k)) != 0) continue;
         n.s.branch.LTYPE(l) += 2;
-        n.s.tap.TPMIN(t) = 0.8;
-        n.s.tap.TPMAX(t) = 1.2;
-        n.s.tap.KBUS(t) = k;
-        n.s.tap.VBUS(t) = 1.01;
+        set_row(n.s.tap, t, "TPMIN", 0.8, "TPMAX", 1.2, "KBUS", k, "VBUS", 1.01);
         if (++made == 1) load_ends = {from, to, k};
     }
     ASSERT_GT(made, 1);
     n.branch(load_ends[0], load_ends[1], 0.01, 0.2, 0, 1.03);
-    const int t = n.s.tap.NTAP;
-    n.s.branch.LTYPE(n.s.tap.NOTAP(t)) = 3;
-    n.s.tap.TPMIN(t) = 0.8;
-    n.s.tap.TPMAX(t) = 1.2;
-    n.s.tap.KBUS(t) = load_ends[2];
-    n.s.tap.VBUS(t) = 1.01;
+    n.control_tap(load_ends[2], 1.01, 0.8, 1.2);
     n.ready();
     n.run.opt.set("CTAP"_opt);
 }
@@ -60,17 +52,8 @@ inline void add_compensators(Network& n, unsigned) {
     } const cases[] = {{3, 3, 1, -0.05, 1.0, 1},  {4, 7, 2, -0.02, 1.05, 2}, {6, 6, 1, -0.03, 0.99, 2},
                        {8, 8, 2, -0.001, 1.5, 1}, {9, 13, 1, -0.01, 0.5, 2}, {7, 7, 1, -0.04, 1.02, 2}};
     for (const auto& c : cases) {
-        const int i = add_row(n.s.cer);
-        n.s.cer.NBECER(i) = c.own;
-        n.s.cer.NVKCER(i) = c.held;
-        n.s.cer.IGCER(i) = 10;
-        n.s.cer.NUCER(i) = c.units;
-        n.s.cer.RCER(i) = c.slope;
-        n.s.cer.QCERMN(i) = -2.5;
-        n.s.cer.QCERMX(i) = 3;
-        n.s.cer.VCER(i) = c.reference;
-        n.s.cer.KONCNT(i) = c.kind;
-        n.s.cer.STUCER(i) = true;
+        put_row(n.s.cer, "NBECER", c.own, "NVKCER", c.held, "IGCER", 10, "NUCER", c.units, "RCER", c.slope, "QCERMN",
+                -2.5, "QCERMX", 3, "VCER", c.reference, "KONCNT", c.kind, "STUCER", true);
     }
 }
 
@@ -80,12 +63,8 @@ inline void add_shunts(Network& n, unsigned) {
     constexpr std::pair<int, int> PLACES[] = {{3, 3}, {4, 7}, {6, 6}, {8, 6}, {19, 20}, {12, 13}};
     for (const auto& [own, held] : PLACES) {
         const int i = add_row(n.s.sca);
-        n.s.sca.NBUSSCA(i) = own;
-        n.s.sca.KBUSSCA(i) = held;
-        n.s.sca.KONSCA(i) = 2;
-        n.s.sca.VMINSCA(i) = 1.3;
-        n.s.sca.VMAXSCA(i) = 1.31;
-        n.s.sca.BSCA(i) = 0.05 * i;
+        set_row(n.s.sca, i, "NBUSSCA", own, "KBUSSCA", held, "KONSCA", 2, "VMINSCA", 1.3, "VMAXSCA", 1.31, "BSCA",
+                0.05 * i);
         n.s.sca.ISTEPSCA(i) = {9, 9};
         n.s.sca.VSTEPSCA(i) = {0.1, -0.1};
     }
@@ -98,17 +77,9 @@ inline int series_compensator(Network& n, int k, int m, int mode, double target,
     const int middle = n.bus(0);
     n.branch(k, middle, 0.004, 0.06);
     const int l = n.branch(middle, m, 0, -0.02), i = add_row(n.s.csc);
-    n.s.branch.GKM(l) = 0;
-    n.s.branch.LTYPE(l) = 5;
-    n.s.branch.LITRF(l) = i;
-    n.s.csc.LICSC(i) = l;
-    n.s.csc.BMNCSC(i) = 1 / 0.05;
-    n.s.csc.BMXCSC(i) = 1 / 0.005;
-    n.s.csc.KONCSC(i) = n.s.csc.KONCSC_ORI(i) = mode;
-    n.s.csc.VSPCSC(i) = target;
-    n.s.csc.NBECSC(i) = at_to ? m : middle;
-    n.s.csc.NSTCSC(i) = steps;
-    n.s.csc.NTYCSC(i) = true;
+    set_row(n.s.branch, l, "GKM", 0, "LTYPE", 5, "LITRF", i);
+    set_row(n.s.csc, i, "LICSC", l, "BMNCSC", 1 / 0.05, "BMXCSC", 1 / 0.005, "KONCSC", mode, "KONCSC_ORI", mode,
+            "VSPCSC", target, "NBECSC", at_to ? m : middle, "NSTCSC", steps, "NTYCSC", true);
     return i;
 }
 inline void add_series_compensators(Network& n, unsigned) {
@@ -124,11 +95,7 @@ inline void add_series_compensators(Network& n, unsigned) {
 inline int phase_shifter(Network& n, int from, int to, int kind, double target, bool at_to) {
     const int l = n.branch(from, to, 0.01, 0.1, 0, 1.02, 0.01), i = n.s.phs.NPHS;
     n.s.branch.LTYPE(l) = 6;
-    n.s.phs.PHSMIN(i) = -0.5;
-    n.s.phs.PHSMAX(i) = 0.5;
-    n.s.phs.KONPHS(i) = kind;
-    n.s.phs.VSPPHS(i) = target;
-    n.s.phs.NBEPHS(i) = at_to ? to : from;
+    set_row(n.s.phs, i, "PHSMIN", -0.5, "PHSMAX", 0.5, "KONPHS", kind, "VSPPHS", target, "NBEPHS", at_to ? to : from);
     n.run.opt.set("CPHS"_opt);
     return i;
 }

@@ -10,11 +10,6 @@ namespace {
 
 constexpr double CLOSE = 1e-6;
 
-void expect_balanced(const Network& n, const std::string& what) {
-    const auto left = imbalance(n.s);
-    for (int k : rows(n.s.bus.NB)) EXPECT_LT(std::abs(left[std::size_t(k)]), CLOSE) << what << " bus " << k;
-}
-
 TEST(StaticCompensators, EndOnTheirCharacteristic) {
     struct {
         const char* what;
@@ -38,19 +33,11 @@ TEST(StaticCompensators, EndOnTheirCharacteristic) {
         for (int k = 2; k <= 5; ++k) n.bus(0, 1, 0.2, 0.1);
         for (int k = 1; k <= 5; ++k) n.branch(k, k % 5 + 1, 0.01, 0.08, 0.02);
         const int i = add_row(n.s.cer), own = 3, held = c.elsewhere ? 4 : 3;
-        n.s.cer.NBECER(i) = own;
-        n.s.cer.NVKCER(i) = held;
-        n.s.cer.IGCER(i) = 10;
-        n.s.cer.NUCER(i) = c.units;
-        n.s.cer.RCER(i) = c.slope;
-        n.s.cer.QCERMN(i) = c.least;
-        n.s.cer.QCERMX(i) = c.most;
-        n.s.cer.VCER(i) = c.reference;
-        n.s.cer.KONCNT(i) = c.kind;
-        n.s.cer.STUCER(i) = c.in_service;
+        set_row(n.s.cer, i, "NBECER", own, "NVKCER", held, "IGCER", 10, "NUCER", c.units, "RCER", c.slope, "QCERMN",
+                c.least, "QCERMX", c.most, "VCER", c.reference, "KONCNT", c.kind, "STUCER", c.in_service);
         n.ready().solve();
         ASSERT_EQ(n.s.sol.CONVSTAT, 1) << c.what;
-        expect_balanced(n, c.what);
+        EXPECT_LT(worst_imbalance(n.s), CLOSE) << c.what;
         const double vt = n.s.bus.VOLT(own), vc = n.s.bus.VOLT(held), q = n.s.cer.QGCER(i);
         if (!c.in_service) {
             EXPECT_EQ(q, 0) << c.what;
@@ -78,11 +65,7 @@ TEST(StaticCompensators, EndOnTheirCharacteristic) {
 
 /// Two ways from a generator to a load; the device is in the second one.
 Network& two_ways(Network& n) {
-    n.generator(3, 1.02);
-    n.bus(0);
-    n.bus(0, 1, 1.0, 0.2);
-    n.branch(1, 2, 0.002, 0.05, 0.02);
-    n.branch(1, 3, 0.01, 0.15, 0.02);
+    n.make("slack 1.02; bus; load 1.0 .2; 1-2 .002 .05 .02; 1-3 .01 .15 .02");
     return n;
 }
 
@@ -111,7 +94,7 @@ TEST(SeriesCompensators, HoldTheirFlowOrStopAtALimit) {
         const int i = series_compensator(n, 2, 3, c.mode, c.target, c.at_to, c.steps), l = n.s.csc.LICSC(i);
         n.ready().solve();
         ASSERT_EQ(n.s.sol.CONVSTAT, 1) << c.what;
-        expect_balanced(n, c.what);
+        EXPECT_LT(worst_imbalance(n.s), CLOSE) << c.what;
         const auto [from, to] = drawn(n.s, l);
         const double flow = (c.at_to ? to : from).real(), b = n.s.branch.BKM(l);
         const double target = c.mode == 2 ? c.target * n.s.bus.VOLT(n.s.csc.NBECSC(i)) : c.target;
@@ -231,13 +214,11 @@ TEST(PhaseShifters, HoldTheirFlowOrStopAtALimit) {
             two_ways(n);
             n.branch(2, 3, 0.01, 0.2);
             const int i = phase_shifter(n, 2, 3, c.kind, c.target, c.at_to);
-            n.s.phs.PHS(i) = c.start;
-            n.s.phs.PHSMIN(i) = -0.1;
-            n.s.phs.PHSMAX(i) = 0.1;
+            set_row(n.s.phs, i, "PHS", c.start, "PHSMIN", -0.1, "PHSMAX", 0.1);
             if (step) n.run.opt.set("STEP"_opt);
             n.ready().solve();
             ASSERT_EQ(n.s.sol.CONVSTAT, 1) << c.what;
-            expect_balanced(n, c.what);
+            EXPECT_LT(worst_imbalance(n.s), CLOSE) << c.what;
             const auto [from, to] = drawn(n.s, n.s.tap.NOTAP(n.s.phs.NOPHS(i)));
             const double flow = (c.at_to ? to : from).real();
             const double target = c.kind == 1 ? c.target * n.s.bus.VOLT(n.s.phs.NBEPHS(i)) : c.target;
@@ -309,9 +290,7 @@ TEST(PhaseShifters, ThatAloneFeedABusKeepTheirShift) {
         two_ways(n);
         const int fed = n.bus(0, 1, 0.3, 0.1);
         const int i = phase_shifter(n, 3, fed, 2, 0.2, false);
-        n.s.phs.PHS(i) = c.start;
-        n.s.phs.PHSMIN(i) = -0.1;
-        n.s.phs.PHSMAX(i) = 0.1;
+        set_row(n.s.phs, i, "PHS", c.start, "PHSMIN", -0.1, "PHSMAX", 0.1);
         const int beside = c.beside == none ? 0 : n.branch(3, fed, 0.01, 0.1);
         if (c.beside == open) n.s.branch.STLIN(beside) = false;
         n.ready();
@@ -324,7 +303,7 @@ TEST(PhaseShifters, ThatAloneFeedABusKeepTheirShift) {
         for (int solves : {1, 2}) {
             n.solve();
             ASSERT_EQ(n.s.sol.CONVSTAT, 1) << c.what;
-            expect_balanced(n, c.what);
+            EXPECT_LT(worst_imbalance(n.s), CLOSE) << c.what;
             EXPECT_EQ(n.s.phs.PHS(i) == c.start, c.held) << c.what;
             EXPECT_EQ(n.s.phs.FLGPHS(i), c.held) << c.what;
             EXPECT_EQ(warnings(), c.told ? solves : 0) << c.what;
@@ -363,8 +342,7 @@ TEST(PhaseShifters, AtARightAngleBetweenSlacksAreSingular) {
     const double right = std::acos(-1.0) / 2;
     for (double across : {right, right - 0.2}) {
         Network n;
-        n.generator(3, 1.0);
-        n.generator(3, 1.0);
+        n.make("slack 1.0; slack 1.0");
         n.s.bus.ANGLE(2) = -across;
         n.branch(1, 2, 0, 0.5);
         const int i = phase_shifter(n, 1, 2, 2, 9, false);

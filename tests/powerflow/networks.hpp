@@ -3,9 +3,13 @@
 #include <cmath>
 #include <complex>
 #include <random>
+#include <sstream>
+#include <stdexcept>
 
 #include "powerflow/solver.hpp"
+#include "support/expect.hpp"
 #include "support/fixture.hpp"
+#include "support/rows.hpp"
 
 namespace korvane::testing {
 
@@ -23,27 +27,17 @@ public:
         const int k = add_row(s.bus);
         s.bus.NOINT(k) = 10 * (k % 9999) + k / 9999;
         s.bus.BNAME(k) = "BARRA-" + std::to_string(s.bus.NOINT(k));
-        s.bus.NTYPE(k) = type;
-        s.bus.VOLT(k) = v;
-        s.bus.PLOAD(k) = p;
-        s.bus.QLOAD(k) = q;
-        s.bus.IAREA(k) = 1;
+        set_row(s.bus, k, "NTYPE", type, "VOLT", v, "PLOAD", p, "QLOAD", q, "IAREA", 1);
         note_bus(s, k);
         return k;
     }
     /// A bus with a generator: type 2 or 3 holds its voltage, 0 gives what it is told.
     int generator(int type, double v, double p = 0, double q = 0) {
         const int k = bus(type, v), j = add_row(s.gen);
-        s.gen.NOGEN(j) = k;
-        s.gen.PGEN(j) = p;
-        s.gen.QGEN(j) = q;
-        s.gen.VGEN(j) = v;
-        s.gen.QMIN(j) = s.gen.QMNO(j) = -99;
-        s.gen.QMAX(j) = s.gen.QMXO(j) = 99;
+        set_row(s.gen, j, "NOGEN", k, "PGEN", p, "QGEN", q, "VGEN", v, "QMIN", -99, "QMNO", -99, "QMAX", 99, "QMXO",
+                99);
         if (std::abs(type) == 3) {
-            const int i = add_row(s.slk);
-            s.slk.NGSLK(i) = j;
-            s.slk.PSLK(i) = p;
+            put_row(s.slk, "NGSLK", j, "PSLK", p);
         }
         return k;
     }
@@ -51,36 +45,67 @@ public:
     int branch(int from, int to, double r, double x, double charging = 0, double a = 1, double shift = 0) {
         const int l = add_row(s.branch);
         const std::complex<double> y = 1.0 / std::complex<double>(r, x) / a;
-        s.branch.NFROM(l) = from;
-        s.branch.NTO(l) = to;
-        s.branch.NCIR(l) = l % 99 + 1;
-        s.branch.GKM(l) = y.real();
-        s.branch.BKM(l) = y.imag();
-        s.branch.BC(l) = charging / 2;
+        set_row(s.branch, l, "NFROM", from, "NTO", to, "NCIR", l % 99 + 1, "GKM", y.real(), "BKM", y.imag(), "BC",
+                charging / 2);
         if (a != 1 || shift != 0) {
             s.branch.LTYPE(l) = shift != 0 ? 2 : 1;
-            const int n = add_row(s.tap);
-            s.tap.NOTAP(n) = l;
-            s.tap.TAP(n) = 1 / a;
-            s.tap.TPMIN(n) = s.tap.TPMAX(n) = a;
+            const int n = put_row(s.tap, "NOTAP", l, "TAP", 1 / a, "TPMIN", a, "TPMAX", a);
             if (shift != 0) {
-                const int f = add_row(s.phs);
-                s.phs.NOPHS(f) = n;
-                s.phs.PHS(f) = shift;
+                put_row(s.phs, "NOPHS", n, "PHS", shift);
             }
         }
         return l;
     }
-    void shunt(int k, double b) {
-        const int i = add_row(s.sht);
-        s.sht.NOSHT(i) = k;
-        s.sht.SHUNT(i) = b;
+    void shunt(int k, double b) { put_row(s.sht, "NOSHT", k, "SHUNT", b); }
+    /// Reactive limits of generator j, those of the data and those in force.
+    void limits(int j, double low, double high) {
+        set_row(s.gen, j, "QMIN", low, "QMNO", low, "QMAX", high, "QMXO", high);
+    }
+    /// A generator at a bus that is there, which then holds v between limits. Returns its row.
+    int machine(int k, double v, double low, double high) {
+        set_row(s.bus, k, "NTYPE", 2, "VOLT", v);
+        const int j = put_row(s.gen, "NOGEN", k, "VGEN", v);
+        limits(j, low, high);
+        return j;
+    }
+    /// Generator j is to hold the voltage of bus k. Returns the row of its remote control.
+    int remote(int j, int k, double v) {
+        run.opt.set("CREM"_opt);
+        return put_row(s.rcb, "ICB", j, "IRCB", k, "VRCB", v);
+    }
+    /// The last tap is to hold bus k at v; minus k: the voltage falls as the tap rises. Returns its row.
+    int control_tap(int k, double v, double low = 0.9, double high = 1.1) {
+        const int t = s.tap.NTAP;
+        s.branch.LTYPE(s.tap.NOTAP(t)) = 3;
+        set_row(s.tap, t, "TPMIN", low, "TPMAX", high, "KBUS", k, "VBUS", v);
+        return t;
     }
     int area(int number, double export_pu = 0) {
-        const int i = add_row(s.area);
-        s.area.NAINT(i) = number;
-        s.area.AREINT(i) = export_pu;
+        const int i = put_row(s.area, "NAINT", number, "AREINT", export_pu);
         return i;
+    }
+    /// Elements from a text: "slack 1.0; gen 1.01 .2; load .3 .1; bus; 1-2 .01 .1" has generators by their voltage and
+    /// power, loads, a bus with nothing, and a branch between buses 1 and 2, all with the arguments above.
+    Network& make(std::string_view elements) {
+        std::istringstream items{std::string(elements)};
+        for (std::string item; std::getline(items, item, ';');) {
+            std::istringstream words(item);
+            std::string kind;
+            words >> kind;
+            std::vector<double> x(6);
+            for (std::size_t i = 0; words >> x[i]; ++i) {
+            }
+            int from = 0, to = 0;
+            if (kind == "slack" || kind == "gen")
+                generator(kind == "slack" ? 3 : 2, x[0], x[1], x[2]);
+            else if (kind == "load" || kind == "bus")
+                bus(0, 1, x[0], x[1]);
+            else if (std::sscanf(kind.c_str(), "%d-%d", &from, &to) == 2)
+                branch(from, to, x[0], x[1], x[2], x[3] == 0 ? 1 : x[3], x[4]);
+            else
+                throw std::logic_error("no element: " + item);
+        }
+        return *this;
     }
     /// The address lists, once everything is in.
     Network& ready() {
@@ -200,6 +225,13 @@ inline std::vector<std::complex<double>> imbalance(const Store& s) {
     return sum;
 }
 
+inline double worst_imbalance(const Store& s) {
+    double worst = 0;
+    for (const auto& left : imbalance(s))
+        if (!(std::abs(left) <= worst)) worst = std::abs(left);  // what is not a number stays
+    return worst;
+}
+
 /// A ring with chords, loads, generators, taps, shifters, shunts, parallel and open-ended branches.
 inline void random_network(Network& n, unsigned seed, int buses = 40) {
     std::mt19937 random(seed);
@@ -237,9 +269,7 @@ inline void random_network(Network& n, unsigned seed, int buses = 40) {
     for (int k = 3; k <= buses; k += 9) n.shunt(k, uniform(-0.1, 0.1));
     const int e = add_row(n.s.eqv);
     n.s.eqv.NOEQV(e) = any(buses);
-    n.s.eqv.PMAT(e) = 0.1;
-    n.s.eqv.QMAT(e) = -0.02;
-    n.s.eqv.FSH(e) = 0.03;
+    set_row(n.s.eqv, e, "PMAT", 0.1, "QMAT", -0.02, "FSH", 0.03);
     n.ready();
 }
 
@@ -261,10 +291,7 @@ inline void add_voltage_loads(Network& n, unsigned seed) {
     }
     for (int k = 2; k <= s.bus.NB; k += 4)
         for (int unit : {1, 2, 3}) {
-            const int i = add_row(s.cai);
-            s.cai.NOCAI(i) = k;
-            s.cai.IDEGC(i) = unit;
-            s.cai.NUNICOP(i) = unit;
+            const int i = put_row(s.cai, "NOCAI", k, "IDEGC", unit, "NUNICOP", unit);
             s.cai.PLOADI(i) = uniform(0, 0.03);
             s.cai.QLOADI(i) = uniform(-0.01, 0.01);
             s.cai.STCAR(i) = unit < 3;

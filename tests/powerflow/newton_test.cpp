@@ -8,12 +8,6 @@ namespace {
 
 constexpr double TIGHT = 3e-9;  // P and Q each within the tolerance 1e-9 of solve(), and rounding
 
-double worst_imbalance(const Store& s) {
-    double worst = 0;
-    for (const auto& left : imbalance(s)) worst = std::max(worst, std::abs(left));
-    return worst;
-}
-
 TEST(Newton, EveryBusOfASolvedNetworkBalances) {
     for (unsigned seed = 1; seed <= 25; ++seed) {
         Network n;
@@ -36,10 +30,7 @@ TEST(Newton, EveryBusOfASolvedNetworkBalances) {
 TEST(Newton, TwoBusesByHand) {
     // x = 0.1, P = 1 over a lossless line from V = 1: V2^2 = (1 + sqrt(1 - 4 x^2 P^2)) / 2, sin = x P / V2
     Network n;
-    n.generator(3, 1.0);
-    n.bus(0, 1, 1.0);
-    n.branch(1, 2, 0, 0.1);
-    n.ready().solve();
+    n.make("slack 1.0; load 1.0; 1-2 0 .1").ready().solve();
     ASSERT_EQ(n.s.sol.CONVSTAT, 1);
     const double v = std::sqrt((1 + std::sqrt(1 - 0.04)) / 2);
     EXPECT_NEAR(n.s.bus.VOLT(2), v, 1e-10);
@@ -84,25 +75,15 @@ TEST(Newton, ASolvedNetworkTakesNoIteration) {
     n.solve();
     const double v = n.s.bus.VOLT(7);
     n.solve();
-    EXPECT_EQ(n.s.sol.NITP, 0);
-    EXPECT_EQ(n.s.sol.CONVSTAT, 1);
-    EXPECT_EQ(n.s.bus.VOLT(7), v);
+    EXPECT_EQ(these(n.s.sol.NITP, n.s.sol.CONVSTAT, n.s.bus.VOLT(7)), these(0, 1, v));
 }
 
 TEST(Newton, OfEqualMismatchesTheLaterBusIsReported) {
     Network n;
-    n.generator(3, 1.0);
-    n.bus(0, 1, 0.5, 0.25);
-    n.bus(0, 1, 0.5, 0.25);
-    n.branch(1, 2, 0, 0.1);
-    n.branch(1, 3, 0, 0.1);
-    n.ready();
+    n.make("slack 1.0; load .5 .25; load .5 .25; 1-2 0 .1; 1-3 0 .1").ready();
     n.run.cte.TEPA = n.run.cte.TEPR = 1;
     PWFSOL(n.run);
-    EXPECT_EQ(n.s.sol.NODEP, 30);
-    EXPECT_EQ(n.s.sol.NODEQ, 30);
-    EXPECT_DOUBLE_EQ(n.s.sol.DPMAX, 0.5);
-    EXPECT_DOUBLE_EQ(n.s.sol.DQMAX, 0.25);
+    EXPECT_EQ(nearly(n.s.sol.NODEP, n.s.sol.NODEQ, n.s.sol.DPMAX, n.s.sol.DQMAX), nearly(30, 30, 0.5, 0.25));
 }
 
 // One iteration of the two-bus line from a flat start: the angle step is P x = load / 10, the voltage step nothing.
@@ -133,10 +114,7 @@ TEST(Newton, StepCutsWhatIsLongerThanItsLimits) {
 TEST(Newton, StepLeavesACorrectionOfExactlyItsLimit) {
     auto run_with = [](double limit) {
         Network n;
-        n.generator(3, 1.0);
-        n.bus(0, 1, 1.0);
-        n.branch(1, 2, 0, 0.1);
-        n.ready();
+        n.make("slack 1.0; load 1.0; 1-2 0 .1").ready();
         n.run.opt.set("STEP"_opt);
         n.run.cte.ASTP = limit;
         n.run.cte.ACIT = 1;
@@ -153,10 +131,7 @@ TEST(Newton, StepLeavesACorrectionOfExactlyItsLimit) {
 TEST(Newton, TheBandOfVoltagesIncludesItsEnds) {
     for (const double edge : {1.0, std::nextafter(1.0, 2.0)}) {
         Network n;  // the slack stands at 1.0, and the correction leaves it there
-        n.generator(3, 1.0);
-        n.bus(0, 1, 0.001);
-        n.branch(1, 2, 0, 0.1);
-        n.ready();
+        n.make("slack 1.0; load .001; 1-2 0 .1").ready();
         n.run.cte.VDVN = 0.5;
         n.run.cte.VDVM = 1.0;
         if (edge > 1) n.s.gen.VGEN(1) = n.s.bus.VOLT(1) = edge;
@@ -187,9 +162,7 @@ TEST(Newton, WithLimitsOnlyWhatIsInsideThemReturns) {
         Network n;
         n.generator(3, 1.0);
         const int k = n.generator(-2, 0.97, 0.2, q);
-        n.s.gen.VGEN(2) = 1.0;
-        n.s.gen.QMIN(2) = -0.5;
-        n.s.gen.QMAX(2) = 0.5;
+        set_row(n.s.gen, 2, "VGEN", 1.0, "QMIN", -0.5, "QMAX", 0.5);
         n.branch(1, k, 0.001, 0.1);
         n.ready();
         n.run.cte.TLPR = 1e-4;
@@ -202,8 +175,7 @@ TEST(Newton, WithLimitsOnlyWhatIsInsideThemReturns) {
 
 TEST(Newton, DeadBusesAndAHeldSlackKeepTheirState) {
     Network n;
-    n.generator(3, 1.02);
-    n.bus(0, 1, 0.4, 0.1);
+    n.make("slack 1.02; load .4 .1");
     const int extended = n.bus(4, 1.3);
     n.branch(1, 2, 0.01, 0.1);
     n.branch(2, extended, 0.01, 0.1);
@@ -214,20 +186,13 @@ TEST(Newton, DeadBusesAndAHeldSlackKeepTheirState) {
     ASSERT_TRUE(OPTIMO(n.run, n.run.mat.plain, n.s.bus.NB, n.s.branch.NL));
     ASSERT_TRUE(MATRIX(n.run));
     SOLVLF(n.run);
-    EXPECT_EQ(n.s.sol.CONVSTAT, 1);
-    EXPECT_EQ(n.s.bus.VOLT(extended), 1.3);
-    EXPECT_EQ(n.s.bus.ANGLE(extended), 0.0);
-    EXPECT_EQ(n.s.bus.ANGLE(1), 0.0);
+    EXPECT_EQ(these(n.s.sol.CONVSTAT, n.s.bus.VOLT(extended), n.s.bus.ANGLE(extended), n.s.bus.ANGLE(1)),
+              these(1, 1.3, 0.0, 0.0));
 }
 
 TEST(Newton, ParallelBranchesOfVeryDifferentSize) {
     Network n;
-    n.generator(3, 1.0);
-    n.bus(0, 1, 0.8, 0.3);
-    n.branch(1, 2, 0, 0.1);
-    n.branch(2, 1, 0, 1e-6);
-    n.branch(1, 2, 0.5, 50.0);
-    n.ready().solve();
+    n.make("slack 1.0; load .8 .3; 1-2 0 .1; 2-1 0 1e-6; 1-2 .5 50.0").ready().solve();
     ASSERT_EQ(n.s.sol.CONVSTAT, 1);
     EXPECT_LT(worst_imbalance(n.s), TIGHT);
     EXPECT_NEAR(branch_flow(n.s, 2).pt / branch_flow(n.s, 1).pf, 1e5, 1) << "in the ratio of their reactances";

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "powerflow/sparse.hpp"
+#include "support/expect.hpp"
 
 namespace korvane {
 namespace {
@@ -190,9 +191,8 @@ TEST(Ordering, Limits) {
     g.join(last, before);
     g.on.reset();
     ASSERT_EQ(s.order(g), OrderFault::none);
-    EXPECT_EQ(s.p.capacity, -n);
-    EXPECT_EQ(factor_blocks(s.m, s.p, 1e-10), -n);
-    EXPECT_EQ(factor_scalar(s.m.B1, s.p, 1e-10), -n);
+    EXPECT_EQ(testing::these(s.p.capacity, factor_blocks(s.m, s.p, 1e-10), factor_scalar(s.m.B1, s.p, 1e-10)),
+              testing::these(-n, -n, -n));
 }
 
 /// Random values over the pattern of a graph, kept as a dense matrix too; unknowns in the order of the buses.

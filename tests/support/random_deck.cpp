@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <random>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -112,14 +113,30 @@ private:
                 return s;
         }
     }
-    /// Fills a field with a number, or leaves it blank.
-    void field(CardText& c, int first, int last, double low, double high, int given = 80) {
-        if (chance(given)) c.put(first, last, number(last - first + 1, low, high));
+    /// Fills fields at random: "29-32:-179,179?80 81#0,2 7=L/D/_" gives columns 29 to 32 a number between -179 and 179
+    /// eighty times in a hundred, column 81 a whole number from 0 to 2, and column 7 one of the texts, "_" a blank.
+    CardText& fill(CardText& c, std::string_view fields) {
+        std::istringstream words{std::string(fields)};
+        for (std::string word; words >> word;) {
+            const auto kind = word.find_first_of(":#="), often = word.find('?');
+            int first = 0, last = 0;
+            if (std::sscanf(word.c_str(), "%d-%d", &first, &last) == 1) last = first;
+            if (often != word.npos && !chance(std::stoi(word.substr(often + 1)))) continue;
+            std::string body = word.substr(kind + 1, often == word.npos ? often : often - kind - 1);
+            const auto comma = body.find(',');
+            if (word[kind] == '=') {
+                std::replace(body.begin(), body.end(), '_', ' ');
+                std::vector<std::string> texts(1);
+                for (char letter : body) letter == '/' ? void(texts.emplace_back()) : texts.back().push_back(letter);
+                c.put(first, last, pick(texts));
+            } else if (word[kind] == '#') {
+                c.put(first, last, between(std::stoi(body), std::stoi(body.substr(comma + 1))));
+            } else {
+                c.put(first, last, number(last - first + 1, std::stod(body), std::stod(body.substr(comma + 1))));
+            }
+        }
+        return c;
     }
-    void whole(CardText& c, int first, int last, int low, int high, int given = 80) {
-        if (chance(given)) c.put(first, last, between(low, high));
-    }
-    void letter(CardText& c, int column, std::initializer_list<const char*> of) { c.put(column, column, pick(of)); }
 
     std::string name(int longest) {
         static constexpr const char* SYLLABLES[] = {"SÃO ",   "ITA", "Açu", "pe",   "\"N\" ",
@@ -135,6 +152,14 @@ private:
     }
 
     void block(std::string_view code) { deck_.append(code).append("\n"); }
+    /// A block with a card for each element for which card(c, element) says so.
+    template <class Elements, class F>
+    void block(std::string_view code, Elements& of, F&& card) {
+        block(code);
+        for (auto& element : of)
+            if (CardText c; card(c, element)) add(c);
+        end();
+    }
     void add(const CardText& c) { deck_ += c.line(); }
     void end() { deck_ += "99999\n"; }
 
@@ -227,41 +252,25 @@ private:
     }
 
     void buses() {
-        block("DBAR");
-        for (Bus& b : buses_) {
-            CardText c;
+        block("DBAR", buses_, [&](CardText& c, Bus& b) {
             c.put(1, 5, b.number).put(11, 22, name(12), true).put(23, 24, b.limit).put(74, 76, b.area);
-            letter(c, 7, {"L", "L", "L", "D", " "});
             if (b.type != 0 || chance(50)) c.put(8, 8, b.type);
-            c.put(9, 10, pick({" 0", "a", "C1", "ZZ", "9"}));
             // On type 3 the voltage lies within its limits, whatever they will be.
             if (chance(80)) b.volt = pick({"1045", " .98", "1.02", "0.99", "1013", "  1.", " 993"});
             c.put(25, 28, b.volt);
-            field(c, 29, 32, -179, 179);
+            fill(c, "7=L/L/L/D/_ 9-10=_0/a/C1/ZZ/9 29-32:-179,179?80");
             if (b.type != 0 || chance(20)) {
-                const bool limits = b.type != 0 && chance(70);
-                field(c, 33, 37, -90, 900);
-                field(c, 38, 42, -50, 99);
-                if (limits) field(c, 43, 47, -999, -50);
-                if (limits) field(c, 48, 52, 99, 9999);
+                if (b.type != 0) fill(c, chance(70) ? "43-47:-999,-50?80 48-52:99,9999?80" : "");
+                fill(c, "33-37:-90,900?80 38-42:-50,99?80");
                 if (b.type == 1 && chance(10)) c.put(43, 47, "0.").put(48, 52, "0.");
             }
             if (b.control) c.put(53, 58, chance(20) ? -b.control : b.control);
-            if (chance(60)) {
-                b.loaded = b.active_load = true;
-                c.put(59, 63, number(5, 1, 500));
-                field(c, 64, 68, -90, 200);
-            } else if (chance(30)) {
-                b.loaded = true;
-                c.put(64, 68, number(5, 1, 99));
-            }
-            field(c, 69, 73, -300, 300, 40);
-            if (chance(50)) c.put(77, 80, pick({"1.05", " 950", "1000", ".987"}));
-            whole(c, 81, 81, 0, 2, 30);
-            groups_of(c, 82);
-            add(c);
-        }
-        end();
+            b.active_load = chance(60);
+            b.loaded = b.active_load || chance(30);
+            if (b.loaded) fill(c, b.active_load ? "59-63:1,500 64-68:-90,200?80" : "64-68:1,99");
+            groups_of(fill(c, "69-73:-300,300?40 77-80=1.05/_950/1000/.987?50 81#0,2?30"), 82);
+            return true;
+        });
     }
 
     // --- branches
@@ -292,7 +301,7 @@ private:
         } else if (form == 2) {
             c.put(44, 48, number(5, .7, .9)).put(49, 53, number(5, 1.1, 1.3));
             b.regulated = true;
-            whole(c, 73, 74, 1, 99, 60);
+            fill(c, "73-74#1,99?60");
         }
         if (form > 0 && chance(60)) {
             Bus& controlled = pick(buses_);
@@ -319,25 +328,14 @@ private:
             Branch b = draw_branch();
             CardText c;
             c.put(1, 5, b.from).put(11, 15, b.to).put(16, 17, b.circuit);
-            field(c, 21, 26, 0, 20, 70);
-            c.put(27, 32, number(6, .5, 90));
-            letter(c, 19, {"F", "T", " "});
+            fill(c, "18=L/D/_ 19=F/T/_ 21-26:0,20?70 27-32:.5,90 65-68:1,9999?80 69-72:1,9999?50 75-78:1,9999?50");
             if (!b.line && may_control(b)) {
-                letter(c, 18, {"L", "D", " "});
                 transformer(c, b);
             } else {
                 b.line = true;
-                field(c, 33, 38, 0, 500);
-                const char* state = pick({"L", "D", " "});
-                c.put(18, 18, state);
-                if (*state == 'D') {
-                    letter(c, 6, {"L", "D", " "});
-                    letter(c, 10, {"L", "D", " "});
-                }
+                fill(c, "33-38:0,500?80");
+                if (c.line()[17] == 'D') fill(c, "6=L/D/_ 10=L/D/_");
             }
-            field(c, 65, 68, 1, 9999);
-            field(c, 69, 72, 1, 9999, 50);
-            field(c, 75, 78, 1, 9999, 50);
             groups_of(c, 79);
             add(c);
             branches_.push_back(b);
@@ -356,21 +354,16 @@ private:
             b.line = false;
             CardText c;
             c.put(1, 5, b.from).put(10, 14, b.to).put(15, 16, b.circuit);
-            letter(c, 17, {"L", "D", " "});
-            letter(c, 18, {"F", "T", " "});
+            fill(c,
+                 "17=L/D/_ 18=F/T/_ 26-31:-90,-50 32-37:-20,-10 38-43:-50,-20 44=P/I/X 58-60#1,99?50 61-64:1,9999?80");
             // A closed bypass brings its ends to one voltage, which a load bus forgets that it had another. In a chain
             // of them the last bus depends on the order of the cards.
             if (volt(b.from) == volt(b.to) && !joined.contains(b.from) && !joined.contains(b.to) && chance(60)) {
                 c.put(19, 19, "L").put(17, 17, "L");
                 joined.insert({b.from, b.to});
             }
-            c.put(26, 31, number(6, -90, -50)).put(32, 37, number(6, -20, -10)).put(38, 43, number(6, -50, -20));
-            const std::string mode = pick({"P", "I", "X"});
-            c.put(44, 44, mode);
-            if (mode != "X") c.put(46, 51, number(6, 10, 500));
+            if (c.line()[43] != 'X') fill(c, "46-51:10,500");
             if (chance(50)) c.put(53, 57, chance(50) ? b.from : b.to);
-            whole(c, 58, 60, 1, 99, 50);
-            field(c, 61, 64, 1, 9999);
             groups_of(c, 73);
             add(c);
             devices_.push_back(b);
@@ -380,15 +373,11 @@ private:
 
     void remove_branches(std::string_view code, const std::vector<Branch>& of, const std::set<int>& gone, int operation,
                          int to, int circuit) {
-        block(code);
-        for (const Branch& b : of)
-            if (!gone.count(b.from) && !gone.count(b.to) && chance(25))
-                add(CardText()
-                        .put(1, 5, b.from)
-                        .put(operation, operation, "E")
-                        .put(to, to + 4, b.to)
-                        .put(circuit, circuit + 1, b.circuit));
-        end();
+        block(code, of, [&](CardText& c, const Branch& b) {
+            c.put(1, 5, b.from).put(operation, operation, "E").put(to, to + 4, b.to);
+            c.put(circuit, circuit + 1, b.circuit);
+            return !gone.count(b.from) && !gone.count(b.to) && chance(25);
+        });
     }
 
     // --- what adds to them
@@ -396,24 +385,14 @@ private:
     bool generates(const Bus& b) const { return b.type != 0; }
 
     void generators() {
-        block("DGER");
-        for (const Bus& b : buses_) {
-            if (!generates(b) || !chance(80)) continue;
-            CardText c;
-            c.put(1, 5, b.number);
-            field(c, 9, 14, -999, -100);
-            c.put(16, 21, number(6, 901, 9999));
-            field(c, 23, 27, 0, 100);
-            field(c, 29, 33, 1, 100);
+        block("DGER", buses_, [&](CardText& c, const Bus& b) {
+            fill(c.put(1, 5, b.number), "9-14:-999,-100?80 16-21:901,9999 23-27:0,100?80 29-33:1,100?80 68-72:1,20?80");
             if (chance(50)) {
-                c.put(35, 39, number(5, -1, 1)).put(41, 44, number(4, 1, 50)).put(46, 49, number(4, 1, 50));
-                c.put(51, 54, chance(20) ? "0." : number(4, 1, 85)).put(56, 60, number(5, 0, 200));
-                c.put(62, 66, number(5, 0, 999));
+                fill(c, "35-39:-1,1 41-44:1,50 46-49:1,50 51-54:1,85 56-60:0,200 62-66:0,999");
+                if (chance(20)) c.put(51, 54, "0.");
             }
-            field(c, 68, 72, 1, 20);
-            add(c);
-        }
-        end();
+            return generates(b) && chance(80);
+        });
     }
 
     std::vector<std::string> named_limits() const {
@@ -423,31 +402,23 @@ private:
     }
 
     void groups() {
-        block("DGLT");
-        for (const std::string& group : named_limits()) {
-            if (!chance(70)) continue;
-            CardText c;
+        const std::vector<std::string> limits = named_limits();
+        block("DGLT", limits, [&](CardText& c, const std::string& group) {
             // Three decimals: automatic shunts that take them have no room for more.
             c.put(1, 2, group).put(4, 8, number(4, .81, .97)).put(10, 14, number(4, 1.05, 1.19));
-            if (chance(60)) c.put(16, 20, number(5, .6, .9)).put(22, 26, number(5, 1.05, 1.3));
-            add(c);
-        }
-        end();
+            if (chance(60)) fill(c, "16-20:.6,.9 22-26:1.05,1.3");
+            return chance(70);
+        });
         block("DGBT");
         add(CardText().put(1, 2, group_of_some_bus()).put(4, 8, pick({"765.", "500.", "525.", "138.", "13.8"})));
         end();
-        block("DARE");
         std::set<int> areas;
         for (const Bus& b : buses_) areas.insert(b.area);
-        for (int area : areas) {
-            CardText c;
-            c.put(1, 3, area);
-            field(c, 8, 13, -99, 99);
-            c.put(19, 54, name(36), true);
-            if (chance(50)) c.put(56, 61, number(6, -500, -100)).put(63, 68, number(6, 100, 500));
-            add(c);
-        }
-        end();
+        block("DARE", areas, [&](CardText& c, int area) {
+            fill(c.put(1, 3, area).put(19, 54, name(36), true), "8-13:-99,99?80");
+            if (chance(50)) fill(c, "56-61:-500,-100 63-68:100,500");
+            return true;
+        });
     }
 
     /// The base-voltage group of the first bus card.
@@ -463,48 +434,32 @@ private:
     }
 
     void loads_and_shunts() {
-        block("DCAR");
-        for (const Bus& b : buses_) {
-            if (!b.loaded || !chance(70)) continue;
-            CardText c;
+        block("DCAR", buses_, [&](CardText& c, const Bus& b) {
+            if (!b.loaded || !chance(70)) return false;
             c.put(1, 4, "BARR").put(6, 10, b.number);
             if (chance(50)) {
                 c.put(53, 55, "30").put(63, 63, "5");  // many buses with one model share cards
             } else {
                 model(c, 53, 55, 57, 59);
                 model(c, 61, 63, 65, 67);
-                field(c, 69, 73, 1, 90);
+                fill(c, "69-73:1,90?80");
             }
-            add(c);
             models_.insert(b.number);
-        }
-        end();
-        block("DSHL");
-        for (const Branch& b : branches_) {
-            if (!b.line || !chance(30)) continue;
-            CardText c;
+            return true;
+        });
+        block("DSHL", branches_, [&](CardText& c, const Branch& b) {
             const bool turned = chance(30);
             c.put(1, 5, turned ? b.to : b.from).put(10, 14, turned ? b.from : b.to).put(15, 16, b.circuit);
             const int ends = between(1, 3);
-            if (ends & 1) c.put(18, 23, number(6, -300, -1));
-            if (ends & 2) c.put(24, 29, chance(70) ? number(6, -300, -1) : number(6, 1, 99));
-            letter(c, 32, {"L", "D", " "});
-            letter(c, 35, {"L", "D", " "});
-            add(c);
-        }
-        end();
-        block("DINJ");
-        for (const Bus& b : buses_) {
-            if (!chance(20)) continue;
-            CardText c;
-            c.put(1, 5, b.number);
-            field(c, 9, 15, -500, 500);
-            field(c, 16, 22, -500, 500);
-            field(c, 23, 29, -99, 99);
-            field(c, 30, 36, 0, 100);
-            add(c);
-        }
-        end();
+            if (ends & 1) fill(c, "18-23:-300,-1");
+            if (ends & 2) fill(c, chance(70) ? "24-29:-300,-1" : "24-29:1,99");
+            fill(c, "32=L/D/_ 35=L/D/_");
+            return b.line && chance(30);
+        });
+        block("DINJ", buses_, [&](CardText& c, const Bus& b) {
+            fill(c.put(1, 5, b.number), "9-15:-500,500?80 16-22:-500,500?80 23-29:-99,99?80 30-36:0,100?80");
+            return chance(20);
+        });
     }
 
     // --- shunt banks
@@ -514,10 +469,8 @@ private:
         const char* control = b.banked ? "F" : pick({"F", "F", "D", "C", " "});
         const bool automatic = *control == 'D' || *control == 'C';
         c.put(18, 18, control);
-        if (chance(60)) c.put(20, 23, pick({".950", " 970"})).put(25, 28, pick({"1.05", "1080"}));
-        field(c, 36, 41, -99, 99, 30);
-        letter(c, 43, {"C", "L", " "});
-        letter(c, 45, {" ", " ", "S"});
+        if (chance(60)) fill(c, "20-23=.950/_970 25-28=1.05/1080");
+        fill(c, "36-41:-99,99?30 43=C/L/_ 45=_/_/S");
         const Bus& other = pick(buses_);
         if (chance(50) && !other.banked) c.put(30, 34, other.number);
         b.banked |= automatic;
@@ -526,12 +479,8 @@ private:
         for (int n = between(1, automatic ? 6 : 9); n > 0; --n) numbers.insert(between(1, 99));
         for (int n : numbers) {
             CardText row;
-            row.put(1, 2, n).put(17, 22, chance(70) ? number(6, 1, 300) : number(6, -300, -1));
-            letter(row, 7, {"L", "D", " "});
-            const int units = between(1, 9);
-            if (chance(70)) row.put(9, 11, units);
-            if (chance(50)) row.put(13, 15, between(0, 1));
-            add(row);
+            fill(row.put(1, 2, n), chance(70) ? "17-22:1,300" : "17-22:-300,-1");
+            add(fill(row, "7=L/D/_ 9-11#1,9?70 13-15#0,1?50"));
         }
         block("FBAN");
     }
@@ -566,50 +515,31 @@ private:
             for (int group = between(1, 2); group > 0; --group) {
                 CardText c;
                 c.put(1, 5, b.number).put(9, 10, group);
-                whole(c, 12, 13, 1, 9);
-                c.put(21, 26, number(6, .1, 5)).put(34, 38, number(5, -300, -20)).put(40, 44, number(5, 20, 300));
-                field(c, 28, 32, -20, 20);
-                letter(c, 46, {"P", "I", " "});
-                letter(c, 48, {"L", "D", " "});
-                add(c);
+                add(fill(c, "12-13#1,9?80 21-26:.1,5 28-32:-20,20?80 34-38:-300,-20 40-44:20,300 46=P/I/_ 48=L/D/_"));
             }
             b.compensated = true;
         }
         end();
-        block("DSCA");
-        for (Bus& b : buses_) {
-            if (b.banked || !chance(20)) continue;
-            CardText c;
-            c.put(1, 5, b.number);
-            letter(c, 8, {"S", " "});
-            letter(c, 9, {"F", "D", "C", " "});
-            if (chance(60)) c.put(11, 14, pick({".950", " 970"})).put(15, 18, pick({"1.05", "1080"}));
+        block("DSCA", buses_, [&](CardText& c, Bus& b) {
+            if (b.banked || !chance(20)) return false;
+            if (chance(60)) fill(c, "11-14=.950/_970 15-18=1.05/1080");
             if (chance(50)) c.put(20, 24, pick(buses_).number);
-            field(c, 25, 29, -99, 99);
             for (int stage = 0, n = between(1, 6); stage < n; ++stage)
                 c.put(31 + 8 * stage, 31 + 8 * stage, between(1, 9))
                     .put(33 + 8 * stage, 37 + 8 * stage, number(5, 1, 99));
-            letter(c, 79, {"C", "L", " "});
-            add(c);
-            b.switched = true;
-        }
-        end();
+            fill(c.put(1, 5, b.number), "8=S/_ 9=F/D/C/_ 25-29:-99,99?80 79=C/L/_");
+            return b.switched = true;
+        });
         block("DTVF");
         for (Branch& b : branches_) {
             if (b.regulated && chance(40)) {
                 CardText c;
-                ends(c, b, 9, 15).put(18, 21, pick({"0.95", " 970"})).put(23, 26, pick({"1.05", "1080"}));
-                letter(c, 28, {"C", "L", " "});
-                letter(c, 30, {"C", "D", " "});
-                add(c);
+                add(fill(ends(c, b, 9, 15), "18-21=0.95/_970 23-26=1.05/1080 28=C/L/_ 30=C/D/_"));
             }
             if (!b.phase || !chance(40)) continue;
             CardText c;
-            ends(c, b, 9, 15).put(32, 37, number(6, -90, 0)).put(39, 44, number(6, 61, 90));
-            letter(c, 46, {"P", "I", "F", " "});
-            field(c, 48, 53, -500, 500);
+            fill(ends(c, b, 9, 15), "32-37:-90,0 39-44:61,90 46=P/I/F/_ 48-53:-500,500?80 61-62#0,99?80");
             if (chance(50)) c.put(55, 59, chance(50) ? b.from : b.to);
-            whole(c, 61, 62, 0, 99);
             add(c);
             b.shifter = true;
         }
@@ -618,20 +548,13 @@ private:
         for (const Bus& b : buses_)
             if (b.control > 0 && b.control != b.number && chance(50))
                 add(CardText().put(1, 5, b.number).put(7, 7, "R").put(18, 22, number(5, 1, 9)));
-        for (const Branch& b : branches_) {
-            CardText c;
-            if (!b.line && !b.shifter && chance(30))
-                add(ends(c, b, 9, 15).put(7, 7, "T").put(18, 22, number(5, .1, 9)));
-        }
+        for (const Branch& b : branches_)
+            if (CardText c; !b.line && !b.shifter && chance(30)) add(fill(ends(c, b, 9, 15), "7=T 18-22:.1,9"));
         end();
-        block("DLEN");
-        for (const Branch& b : branches_) {
-            if (!chance(20)) continue;
-            CardText c;
-            ends(c, b, 7, 13).put(16, 19, pick({".95", " 930"})).put(31, 34, pick({"1.05", "1125"}));
-            add(c);
-        }
-        end();
+        block("DLEN", branches_, [&](CardText& c, const Branch& b) {
+            fill(ends(c, b, 7, 13), "16-19=.95/_930 31-34=1.05/1125");
+            return chance(20);
+        });
     }
 
     /// A selection of buses that there are, from a column on.
@@ -676,11 +599,10 @@ private:
     }
 
     void lists() {
-        block("DSLP");
-        for (const Bus& b : buses_)
-            if ((b.type == 1 || b.type == 3) && chance(50))
-                add(CardText().put(1, 5, b.number).put(9, 13, between(1, 4)));
-        end();
+        block("DSLP", buses_, [&](CardText& c, const Bus& b) {
+            fill(c.put(1, 5, b.number), "9-13#1,4");
+            return (b.type == 1 || b.type == 3) && chance(50);
+        });
         branch_list("DTPF", [](const Branch& b) { return b.regulated && !b.shifter; });
         for (const char* code : {"DFCR", "DFQL", "DMTE", "DMGR"}) selections(code, 4);
         branch_list("DMFL", [](const Branch&) { return true; });
@@ -695,7 +617,7 @@ private:
         for (int island = below(4); island > 0; --island) {
             CardText c;
             c.put(1, 3, island).put(7, 11, pick(buses_).number).put(31, 76, name(46), true);
-            if (chance(60)) c.put(13, 17, "50.").put(19, 23, number(5, 40, 49)).put(25, 29, number(5, 51, 60));
+            if (chance(60)) fill(c, "13-17=50. 19-23:40,49 25-29:51,60");
             add(c);
         }
         end();
@@ -724,68 +646,42 @@ private:
             for (int number_on_bus = generates(b) ? below(3) : 0; number_on_bus > 0; --number_on_bus)
                 individual_generator(b, number_on_bus);
         end();
-        block("DMOT");
-        for (const Bus& b : buses_)
-            if (chance(30)) motor(b);
-        end();
+        block("DMOT", buses_, [&](CardText& c, const Bus& b) {
+            motor(c, b);
+            return chance(30);
+        });
     }
 
     void individual_load(const Bus& b, int number_on_bus) {
         CardText c;
         c.put(1, 5, b.number).put(10, 11, number_on_bus);
-        letter(c, 13, {"L", "D", " "});
         const int n = between(1, 99);
         if (chance(80)) c.put(15, 17, n).put(19, 21, between(1, n));
-        field(c, 23, 27, 0, 99);
-        field(c, 29, 33, -50, 99);
         model(c, 35, 37, 39, 41);
         model(c, 43, 45, 47, 49);
-        field(c, 51, 55, 1, 90);
-        if (chance(50)) c.put(57, 60, pick({"1.05", " 950", "1000"}));
-        add(c);
+        add(fill(c, "13=L/D/_ 23-27:0,99?80 29-33:-50,99?80 51-55:1,90?80 57-60=1.05/_950/1000?50"));
     }
 
     void individual_generator(const Bus& b, int number_on_bus) {
         CardText c;
         c.put(1, 5, b.number).put(10, 11, number_on_bus);
-        letter(c, 8, {"S", " ", "N"});
-        letter(c, 13, {"L", "D", " "});
         const int n = between(1, 9);
         if (chance(80)) c.put(14, 16, n).put(17, 19, between(1, n)).put(20, 22, 1);
-        c.put(23, 27, number(5, 10, 50));
-        field(c, 28, 32, -20, 20);
-        field(c, 33, 37, -900, -20);
-        field(c, 38, 42, 20, 900);
+        fill(c, "8=S/_/N 13=L/D/_ 23-27:10,50 28-32:-20,20?80 33-37:-900,-20?80 38-42:20,900?80");
         // At a bus with one branch this gives a transformer its reactance, in more digits than a card has.
         const auto at_bus = [&](const Branch& l) { return l.from == b.number || l.to == b.number; };
-        if (std::count_if(branches_.begin(), branches_.end(), at_bus) != 1) field(c, 43, 48, 1, 50);
-        if (chance(40)) {
-            c.put(50, 54, number(5, 50, 150)).put(55, 59, number(5, 40, 100)).put(60, 64, number(5, 5, 20));
-            c.put(66, 69, number(4, .5, 1));
-        }
-        c.put(70, 74, number(5, 80, 900));
-        field(c, 75, 80, 60, 900);
-        field(c, 81, 86, 0, 9);
-        field(c, 87, 91, 0, 20);
-        add(c);
+        if (std::count_if(branches_.begin(), branches_.end(), at_bus) != 1) fill(c, "43-48:1,50?80");
+        if (chance(40)) fill(c, "50-54:50,150 55-59:40,100 60-64:5,20 66-69:.5,1");
+        add(fill(c, "70-74:80,900 75-80:60,900?80 81-86:0,9?80 87-91:0,20?80"));
     }
 
-    void motor(const Bus& b) {
-        CardText c;
-        c.put(1, 5, b.number).put(10, 11, between(1, 99));
-        letter(c, 8, {"L", "D", " "});
-        whole(c, 13, 15, 1, 200);
-        if (b.active_load && models_.count(b.number) == 0 && chance(50)) {
-            c.put(57, 59, between(1, 7)).put(61, 63, between(1, 100));
-            whole(c, 65, 67, 1, 300);
-        } else {
-            letter(c, 12, {"-", " ", " "});
-            whole(c, 17, 19, 1, 20);
-            field(c, 21, 25, .5, 5);
-            c.put(27, 31, number(5, 5, 20)).put(33, 37, number(5, 200, 400)).put(39, 43, number(5, 1, 5));
-            c.put(45, 49, number(5, 5, 20)).put(51, 55, number(5, 100, 9000));
-        }
-        add(c);
+    void motor(CardText& c, const Bus& b) {
+        fill(c.put(1, 5, b.number), "10-11#1,99 8=L/D/_ 13-15#1,200?80");
+        if (b.active_load && models_.count(b.number) == 0 && chance(50))
+            fill(c, "57-59#1,7 61-63#1,100 65-67#1,300?80");
+        else
+            fill(c,
+                 "12=-/_/_ 17-19#1,20?80 21-25:.5,5?80 27-31:5,20 33-37:200,400 39-43:1,5 45-49:5,20 51-55:100,9000");
     }
 
     std::mt19937 random_;

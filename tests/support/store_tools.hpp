@@ -31,7 +31,8 @@ std::string stray_reference(Store& s);
 std::string wrong_address(Store& s);
 
 /// Every row of every family as a number that does not depend on row order: its own values, and those of the rows that
-/// it refers to. Sorted, one list a family, and one of the aggregators. Two stores with the same lists hold the same network in some order.
+/// it refers to. Sorted, one list a family, and one of the aggregators. Two stores with the same lists hold the same
+/// network in some order.
 std::vector<std::vector<std::uint64_t>> contents(Store& s);
 
 /// Columns whose values, row order aside, are not the same in two stores: what to look at when contents() differ.
