@@ -45,7 +45,7 @@ void expect_remote(const Session& n, const std::string& what) {
         }
         const double error = s.bus.VOLT(c) - s.rcb.VRCB(i);
         if (at_limit(s, j) && n.run.mat.control.turns(j) >= 10) {  // it went back and forth, and the report says so
-            EXPECT_NE(n.messages().find("LIMREA -900"), std::string::npos) << what;
+            EXPECT_TRUE(shows(n.messages(), "LIMREA -900")) << what;
             continue;
         }
         if (any_free) {
@@ -82,7 +82,7 @@ void expect_taps(const Session& n, const std::string& what) {
         const double error = s.bus.VOLT(c) - tap_target(n.run, t);
         if (std::abs(error) <= tolerance(n) || s.bus.NTYPE(c) > 0 || at_explaining_limit(n.run, t, error)) continue;
         if (stopped(n, t)) {  // it went back and forth, and the report says so
-            EXPECT_NE(n.messages().find("ETCTAP -900"), std::string::npos) << what;
+            EXPECT_TRUE(shows(n.messages(), "ETCTAP -900")) << what;
             continue;
         }
         bool remote = false;
@@ -111,10 +111,6 @@ void expect_generators(const Session& n, const std::string& what) {
     }
 }
 
-void expect_balance(const Session& n, const std::string& what) {
-    for (const auto& left : imbalance(n.store())) EXPECT_LT(std::abs(left), 1e-7) << what;
-}
-
 /// A mesh with both controls and room to move.
 struct Mesh : Network {
     explicit Mesh(unsigned seed, double q = 99, double ratio = 0.25) {
@@ -125,8 +121,7 @@ struct Mesh : Network {
             int& type = s.bus.NTYPE(s.gen.NOGEN(j));
             type = std::abs(type);
             if (type == 3) continue;  // the slack keeps room, or nothing might hold the network
-            s.gen.QMIN(j) = s.gen.QMNO(j) = -q;
-            s.gen.QMAX(j) = s.gen.QMXO(j) = q;
+            limits(j, -q, q);
         }
         for (int t : rows(s.tap.NTAP)) {
             if (s.branch.LTYPE(s.tap.NOTAP(t)) < 3) continue;
@@ -148,12 +143,7 @@ struct Feeder : Network {
         branch(1, k, 0.01, 0.06);
         for (int i = 0; i <= int(parallel); ++i) {
             l = branch(own_side ? load : k, own_side ? k : load, 0, 0.1 + 0.05 * i, 0, i ? 1.02 : 0.99);
-            t = s.tap.NTAP;
-            s.branch.LTYPE(l) = 3;
-            s.tap.TPMIN(t) = 0.9;
-            s.tap.TPMAX(t) = 1.1;
-            s.tap.KBUS(t) = own_side ? load : -load;
-            s.tap.VBUS(t) = 1.01;
+            t = control_tap(own_side ? load : -load, 1.01);
         }
         run.opt.set("CTAP"_opt);
         run.cte.TLVC = 1e-6;
@@ -187,7 +177,7 @@ TEST(Taps, StopAtTheLimitThatTheVoltageAsksFor) {
         else
             EXPECT_NEAR(n.v(), c.target, 2e-6) << c.what;
         expect_taps(n.session, c.what);
-        expect_balance(n.session, c.what);
+        EXPECT_LT(worst_imbalance(n.s), 1e-7) << c.what;
         const double t = n.s.tap.TAP(n.t);
         n.solve();
         EXPECT_EQ(n.s.sol.NITP, 0) << c.what << ": from its own solution";
@@ -214,9 +204,7 @@ TEST(Taps, RestAndWakeAsTheOptionsSay) {
         {"inside its band",
          [](Feeder& n) {
              n.run.opt.set("CTAF"_opt);
-             n.s.tap.NTTVF(n.t) = 1;
-             n.s.tap.VMNTVF(n.t) = 0.9;
-             n.s.tap.VMXTVF(n.t) = 1.1;
+             set_row(n.s.tap, n.t, "NTTVF", 1, "VMNTVF", 0.9, "VMXTVF", 1.1);
          },
          false},
     };
@@ -235,10 +223,7 @@ TEST(Taps, ABandIsReachedAtItsCentreOrItsLimit) {
         for (const double low : {1.02, 0.9}) {
             Feeder n(0.3);
             n.run.opt.set("CTAF"_opt);
-            n.s.tap.NTTVF(n.t) = 1;
-            n.s.tap.VMNTVF(n.t) = low;
-            n.s.tap.VMXTVF(n.t) = low + 0.03;
-            n.s.tap.TVFLIM(n.t) = nearest;
+            set_row(n.s.tap, n.t, "NTTVF", 1, "VMNTVF", low, "VMXTVF", low + 0.03, "TVFLIM", nearest);
             n.solve();
             ASSERT_EQ(n.s.sol.CONVSTAT, 1);
             EXPECT_NEAR(n.v(), !nearest ? low + 0.015 : low == 1.02 ? 1.02 : 0.93, 2e-4) << "it rests once inside";
@@ -255,7 +240,7 @@ TEST(Taps, EndOnPositionsAndParallelOnesTogether) {
             n.run.opt.set("TAPD"_opt);
             n.solve();
             ASSERT_EQ(n.s.sol.CONVSTAT, 1) << n.session.messages();
-            expect_balance(n.session, "positions");
+            EXPECT_LT(worst_imbalance(n.s), 1e-7) << "positions";
             const int steps = (positions ? positions : 33) - 1;
             for (int t : rows(n.s.tap.NTAP)) {
                 EXPECT_NEAR(n.ratio(t), n.ratio(1), 1e-12) << "parallel taps have one position";
@@ -284,27 +269,18 @@ TEST(Taps, TakeOverWhenTheGeneratorRunsOut) {
             const int k = elsewhere ? n.generator(2, 1.0) : n.load;
             if (elsewhere) {
                 n.branch(k, n.load, 0, 0.1);
-                const int i = add_row(n.s.rcb);
-                n.s.rcb.ICB(i) = n.s.gen.NG;
-                n.s.rcb.IRCB(i) = n.load;
-                n.s.rcb.VRCB(i) = 1.01;
-                n.run.opt.set("CREM"_opt);
+                n.remote(n.s.gen.NG, n.load, 1.01);
+                n.limits(n.s.gen.NG, -0.3, 0.3);
             } else {
-                const int j = add_row(n.s.gen);
-                n.s.gen.NOGEN(j) = n.load;
-                n.s.gen.VGEN(j) = n.s.bus.VOLT(n.load) = 1.01;
-                n.s.bus.NTYPE(n.load) = 2;
+                n.machine(n.load, 1.01, -0.3, 0.3);
             }
-            const int j = n.s.gen.NG;
-            n.s.gen.QMIN(j) = -0.3;
-            n.s.gen.QMAX(j) = 0.3;
             n.run.opt.set("QLIM"_opt);
             n.ready().solve();
             ASSERT_EQ(n.s.sol.CONVSTAT, 1) << q << elsewhere << n.session.messages();
             EXPECT_EQ(n.s.bus.NTYPE(k) < 0, q > 0.5);
             EXPECT_EQ(std::abs(n.ratio(1) - 0.99) > 1e-9, q > 0.5) << "the tap moves only then";
             EXPECT_NEAR(n.v(), 1.01, 2e-6);
-            expect_balance(n.session, "two holders");
+            EXPECT_LT(worst_imbalance(n.s), 1e-7) << "two holders";
         }
 }
 
@@ -324,14 +300,9 @@ TEST(Taps, OfAGeneratorThatRunsOut) {
         n.generator(3, 1.02);
         const int network = n.bus(0, 1, 0.3, c.q), k = n.generator(2, 1.0, 0.2), j = n.s.gen.NG;
         n.branch(1, network, 0.01, 0.1);
-        const int l = n.branch(k, network, 0, 0.1, 0, 1.01), t = n.s.tap.NTAP;
-        n.s.gen.QMIN(j) = n.s.gen.QMNO(j) = -0.3;
-        n.s.gen.QMAX(j) = n.s.gen.QMXO(j) = 0.3;
-        n.s.branch.LTYPE(l) = 3;
-        n.s.tap.TPMIN(t) = 0.9;
-        n.s.tap.TPMAX(t) = 1.1;
-        n.s.tap.KBUS(t) = -network;
-        n.s.tap.VBUS(t) = c.target;
+        n.branch(k, network, 0, 0.1, 0, 1.01);
+        n.limits(j, -0.3, 0.3);
+        const int t = n.control_tap(-network, c.target);
         for (auto o : {"CTAP", "QLIM"}) n.run.opt.set(Option{find_option(o)});
         n.run.cte.TLVC = 1e-4;
         n.ready().solve();
@@ -341,7 +312,7 @@ TEST(Taps, OfAGeneratorThatRunsOut) {
         EXPECT_EQ(at_limit(n.s, j), c.limited) << c.what;
         if (c.ratio != 0) EXPECT_NEAR(1 / n.s.tap.TAP(t), c.ratio, 1e-12) << c.what;
         expect_taps(n.session, c.what);
-        expect_balance(n.session, c.what);
+        EXPECT_LT(worst_imbalance(n.s), 1e-7) << c.what;
     }
 }
 
@@ -352,15 +323,9 @@ TEST(RemoteVoltage, TerminalLimitsHoldWhatTheTargetAsks) {
         const int k = n.generator(2, 1, 0.2), c = n.bus(0, 1, 0.5, 0.1), j = n.s.gen.NG;
         n.branch(1, c, 0.01, 0.1);
         n.branch(k, c, 0.01, 0.1);
-        const int group = add_row(n.s.glt);
-        n.s.glt.VMIN(group) = 0.97;
-        n.s.glt.VMAX(group) = 1.05;
-        n.s.bus.NOGLT(k) = group;
-        const int i = add_row(n.s.rcb);
-        n.s.rcb.ICB(i) = j;
-        n.s.rcb.IRCB(i) = c;
-        n.s.rcb.VRCB(i) = target;
-        for (auto o : {"CREM", "VLCR"}) n.run.opt.set(Option{find_option(o)});
+        n.s.bus.NOGLT(k) = put_row(n.s.glt, "VMIN", 0.97, "VMAX", 1.05);
+        n.remote(j, c, target);
+        n.run.opt.set("VLCR"_opt);
         n.run.cte.TLVC = 1e-6;
         n.ready().solve();
         ASSERT_EQ(n.s.sol.CONVSTAT, 1) << target << n.session.messages();
@@ -371,7 +336,7 @@ TEST(RemoteVoltage, TerminalLimitsHoldWhatTheTargetAsks) {
             EXPECT_EQ(v, target > 1 ? 1.05 : 0.97);
         EXPECT_TRUE(target <= 1 || error < 0);
         EXPECT_TRUE(target >= 1 || error > 0);
-        expect_balance(n.session, "terminal limits");
+        EXPECT_LT(worst_imbalance(n.s), 1e-7) << "terminal limits";
     }
 }
 
@@ -442,7 +407,7 @@ TEST(VoltageControls, HoldTheirBusesOrStandAtAnExplainingLimit) {
                                          std::to_string(room.ratio) + ' ' + option;
                 EXPECT_EQ(n.s.sol.CONVSTAT, 1) << what << n.session.messages();
                 if (n.s.sol.CONVSTAT != 1) continue;
-                expect_balance(n.session, what);
+                EXPECT_LT(worst_imbalance(n.s), 1e-7) << what;
                 expect_remote(n.session, what);
                 expect_taps(n.session, what);
             }
