@@ -1,5 +1,6 @@
 // Minimum-degree ordering of the network and the pattern of its factors.
 #include <algorithm>
+#include <vector>
 
 #include "powerflow/sparse.hpp"
 
@@ -222,6 +223,7 @@ OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef*
             degrees.enter(i, w.length[i]);
     }
     int* const merged = w.c.data();
+    std::vector<int> seen(std::size_t(n), 0);  // position of the last bus whose list named it
     int entries = 0;
     for (int position = 1; position <= n; ++position) {
         if (late && position == n - waiting + 1) {
@@ -240,6 +242,8 @@ OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef*
         w.count[v] = c;
         entries += c;
         lists.drop(v);
+        if (c > 2)
+            for (int u : of_v) seen[std::size_t(u)] = position;
         for (int u : of_v) {
             const auto of_u = lists.of(u);
             const int before = int(of_u.size());
@@ -250,6 +254,16 @@ OrderFault eliminate(Pattern& p, OrderingSpace& w, int n, int nbr, const BusRef*
                 free += !new_one;
                 if (now + 1 >= classes) return OrderFault::cells;
                 if (!late || !late[u]) degrees.move(u, before, now);
+                continue;
+            }
+            // Late in the elimination most lists hold already what v would bring.
+            int known = 0;
+            for (int x : of_u) known += seen[std::size_t(x)] == position;
+            if (known == c - 1) {
+                lists.remove(u, v);
+                ++free;
+                if (before >= classes) return OrderFault::cells;
+                if (!late || !late[u]) degrees.move(u, before, before - 1);
                 continue;
             }
             const int after = merge(of_u.data(), before, of_v.data(), c, u, v, merged);
