@@ -10,7 +10,6 @@
 #include "powerflow/capability.hpp"
 #include "powerflow/load_models.hpp"
 #include "powerflow/solver.hpp"
-#include "powerflow/taps.hpp"
 
 namespace korvane {
 
@@ -39,7 +38,8 @@ void leave(Run& run) {
     run.store.sol.NITQ = run.store.sol.NITP;
     remove_equations(run);
     tell_stuck(run);
-    tell_stopped_taps(run);
+    for (const Device& d : devices())
+        if (d.tell) d.tell(run);
     if (!run.opt["NCAP"_opt]) CAPABI(run);
 }
 

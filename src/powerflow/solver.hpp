@@ -53,14 +53,21 @@ void print_listed(Run& run, std::string_view routine);
 /// A kind of control or device inside the Newton iteration. A hook that is missing is skipped.
 struct Device {
     const char* name;
-    bool (*build)(Run&);     // its fictitious buses and branches behind the real ones; false: a limit, message queued
-    void (*assemble)(Run&);  // its rows and its residual, and what it changes in the rows of the buses
-    void (*update)(Run&);    // its own unknowns, after the solution
-    bool (*settle)(Run&);    // all residuals are met: a last discrete step; true: the equations are no longer the same
-    void (*adjust)(Run&);    // steps after the pass; clears CONVSTAT when the solution is to go on
+    // Its fictitious buses and branches behind the real ones; false: a limit, message queued.
+    bool (*build)(Run&) = nullptr;
+    // Its rows and its residual, and what it changes in the rows of the buses.
+    void (*assemble)(Run&) = nullptr;
     // The solution would take an unknown beyond its limit: it goes to the limit now. True: the rest is to be solved
     // anew, as it went by the whole step; devices behind this one wait for that.
     bool (*restrain)(Run&) = nullptr;
+    // Its own unknowns, after the solution.
+    void (*update)(Run&) = nullptr;
+    // All residuals are met: a last discrete step; true: the equations are no longer the same.
+    bool (*settle)(Run&) = nullptr;
+    // Steps after the pass; clears CONVSTAT when the solution is to go on.
+    void (*adjust)(Run&) = nullptr;
+    // The solution is over: what it could not do.
+    void (*tell)(Run&) = nullptr;
 };
 std::span<const Device> devices();
 
