@@ -96,8 +96,11 @@ void assemble_branches(Run& run) {
     m.work.sum.fill(s.bus.NB, Sides{0, 0});
     Sides* const sum = m.work.sum.data() - 1;
     const double* const volt = s.bus.VOLT.data() - 1;
+    constexpr int AHEAD = 12;  // the blocks lie all over the matrix: they are asked for so many branches before
     for (int l : rows(br.NL)) {
         const Slot slot = p.slot[std::size_t(l - 1)];
+        if (const Slot next = p.slot[std::size_t(std::min(l + AHEAD, int(br.NL)) - 1)]; !next.none())
+            __builtin_prefetch(&m.fat[std::size_t(next.entry())], 1);
         if (slot.none()) continue;
         const int f = br.NFROM(l), t = br.NTO(l);
         const auto [A, B, C, D] = branch_terms(br.GKM(l), br.BKM(l), volt[f], volt[t], m.SINDIK(l), m.COSDIK(l));
