@@ -28,19 +28,20 @@ constexpr int MOST_SWINGS = 5;
 /// A correction that moves nothing: no generator crosses a limit by it, whatever it is connected to.
 constexpr double STILL = 1e-9;
 
-/// What generator j is to hold: a voltage, its own or that of another bus, at a set point. pu.
+/// What generator j is to hold: the voltage of a bus at a set point, pu; `elsewhere` by a remote control that acts.
 struct Held {
-    double voltage, set;
+    int bus;
+    double set;
     bool elsewhere;
 };
 Held held_by(const Run& run, int j) {
     const Store& s = run.store;
     const ControlWork& w = run.mat.control;
-    const double own = s.bus.VOLT(s.gen.NOGEN(j));
+    const int own = s.gen.NOGEN(j);
     if (!w.remote(j)) return {own, s.gen.VGEN(j), false};
     const ControlWork::RemoteRow& remote = w.remote_row(w.remote(j));
     if (!remote.active) return {own, remote.terminal, false};  // its own at a limit of VLCR
-    return {s.bus.VOLT(remote.bus), remote.target, true};
+    return {remote.bus, remote.target, true};
 }
 
 /// Whether generator j at a reactive limit is to leave it: the voltage has come to the side where less would do.
@@ -48,8 +49,9 @@ bool asks_to_leave(const Run& run, int j) {
     const Store& s = run.store;
     const double q = s.gen.QGEN(j), slack = run.cte.TLPR;
     const Held held = held_by(run, j);
-    if (q < s.gen.QMAX(j) - slack) return held.voltage <= held.set || q > s.gen.QMIN(j) + slack;
-    return q <= s.gen.QMAX(j) + slack && held.voltage >= held.set;
+    const double voltage = s.bus.VOLT(held.bus);
+    if (q < s.gen.QMAX(j) - slack) return voltage <= held.set || q > s.gen.QMIN(j) + slack;
+    return q <= s.gen.QMAX(j) + slack && voltage >= held.set;
 }
 
 struct Checker {
@@ -346,9 +348,8 @@ bool foresee_limits(Run& run) {
             if (!looked_at(run, j, k)) continue;
             const unsigned char swings = run.mat.work.mark(k);
             if (!has_band(run, j) || swings >= MOST_SWINGS) continue;
-            const ControlWork::RemoteRow* const remote = w.remote(j) ? &w.remote_row(w.remote(j)) : nullptr;
-            const double set = remote ? remote->target : s.gen.VGEN(j);
-            const double beyond = (ahead.voltage(remote ? remote->bus : k) - set) * (at_highest(run, j) ? 1 : -1);
+            const Held held = held_by(run, j);
+            const double beyond = (ahead.voltage(held.bus) - held.set) * (at_highest(run, j) ? 1 : -1);
             if (!(beyond >= 0) || !may_turn(run, j)) continue;
             if (swings >= CONTESTED) {
                 if (beyond > most) most = beyond, alone = j;
@@ -373,10 +374,12 @@ bool release_generator(Run& run, int k, bool too_low) {
 
 void tell_stuck(Run& run) {
     const Store& s = run.store;
+    const ControlWork& w = run.mat.control;
     for (int j : rows(s.gen.NG)) {
         const int k = s.gen.NOGEN(j);
-        const bool reactive = s.bus.NTYPE(k) == -2 || s.bus.NTYPE(k) == -3;
-        if (run.mat.control.turns(j) < MOST_TURNS || (reactive && !asks_to_leave(run, j))) continue;
+        // In a group it is the share that would tell, not the voltage.
+        const bool by_voltage = (s.bus.NTYPE(k) == -2 || s.bus.NTYPE(k) == -3) && w.NTCST(j) == 0;
+        if (w.turns(j) < MOST_TURNS || (by_voltage && !asks_to_leave(run, j))) continue;
         MSGPUT(run, "LIMREA", -900, s.bus.NOINT(k), element::bus_number);
     }
 }
